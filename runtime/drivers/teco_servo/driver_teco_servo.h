@@ -1,0 +1,139 @@
+#ifndef DRIVER_TECO_SERVO_H
+#define DRIVER_TECO_SERVO_H
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+#include <QVector>
+
+#include "interface/abstract_device_interface.h"
+#include "interface/driver_interface.h"
+#include "teco_servo/reply_buffer.h"
+
+// The driver for TECO servo drives, Modbus RTU slaves on a serial line.
+//
+// Operations report failure by value: reads return an empty array, writes
+// false, after setCommError. None of them retries; read() and write() do.
+class DriverTecoServo : public QObject, public DriverInterface {
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID DriverInterface_iid)
+    Q_INTERFACES(DriverInterface)
+
+public:
+    DriverTecoServo();
+    ~DriverTecoServo() override;
+
+    // DriverInterface
+    int totalSize() override;
+    bool write(AbstractDeviceInterface* port, const CommunicatorCommand& command,
+               const QByteArray& data) override;
+    QByteArray read(AbstractDeviceInterface* port, const CommunicatorCommand& command) override;
+    bool initialize(AbstractDeviceInterface* port) override;
+    int validation(const QString& text) override;
+    QString name() override;
+    QString vender() override;
+    QString getVersionNumber() override;
+    DeviceSetting* getDefaultSerialDeviceSetting() override;
+    DriverSetting* getDefaultDriverSetting() override;
+    QString getStringBasedDefaultDriverSetting() override;
+    int supportedCommunicationFlags() override;
+    void setDebugMode(bool on) override;
+    int getBlockAccessSize() override;
+    int getBitBlockAccessSize() override;
+    bool hasError() override;
+    QString getLastError() override;
+    QObject* getThisObject() override;
+
+    // Error state of the current command.
+    void setCommError(const QString& text);
+    void clearError();
+    void appendCmdToReadCommError(unsigned char station, const CommunicatorCommand& command);
+    void appendCmdToWriteCommError(unsigned char station, const CommunicatorCommand& command);
+
+    // Judges the first 5 bytes of every reply.
+    bool checkMinADU(unsigned char slave, const char* buffer, int received);
+    bool checkException(const char* buffer, unsigned char function);
+
+    // Register reads (function 3 for HR/FN6HR areas, 4 otherwise).
+    QByteArray readWords(AbstractDeviceInterface* port, const QByteArray& prefix,
+                         unsigned short address, int count);
+    // Explicit station, reply accepted without a CRC check.
+    QByteArray readWords(AbstractDeviceInterface* port, const QByteArray& prefix,
+                         unsigned short address, int count, unsigned char station);
+    QByteArray readDWords(AbstractDeviceInterface* port, const QByteArray& prefix,
+                          unsigned short address, int count, bool highWordFirst);
+    QByteArray readBytes(AbstractDeviceInterface* port, const QByteArray& prefix,
+                         unsigned short address, int count);
+    QByteArray readSpecialHRWords(AbstractDeviceInterface* port, unsigned short address, int count);
+
+    // Bit reads.
+    QByteArray readDIDOs(AbstractDeviceInterface* port, const QByteArray& prefix,
+                         unsigned short address, int count);
+    QByteArray readIRHRbits(AbstractDeviceInterface* port, const QByteArray& prefix,
+                            unsigned short address, unsigned char bit, int count);
+    QByteArray readBits(AbstractDeviceInterface* port, const CommunicatorCommand& command);
+
+    // Coil writes.
+    bool writeCoils(AbstractDeviceInterface* port, unsigned short address, const QByteArray& data);
+    bool writeCoilsWithFN5(AbstractDeviceInterface* port, unsigned short address,
+                           const QByteArray& data);
+
+    // Register writes with function 16.
+    bool writeWords(AbstractDeviceInterface* port, unsigned short address, const QByteArray& data);
+    bool writeWords(AbstractDeviceInterface* port, unsigned short address, const QByteArray& data,
+                    unsigned char station);
+    bool writeBytes(AbstractDeviceInterface* port, unsigned short address, const QByteArray& data);
+    bool writeDWords(AbstractDeviceInterface* port, unsigned short address, const QByteArray& data,
+                     bool highWordFirst);
+    bool writeSpecialHRWords(AbstractDeviceInterface* port, unsigned short address,
+                             const QByteArray& data, int& progress);
+
+    // Register writes with function 6, one transaction per register.
+    bool writeWordWithFN6(AbstractDeviceInterface* port, unsigned short address,
+                          const QByteArray& data);
+    bool writeWordWithFN6(AbstractDeviceInterface* port, unsigned short address,
+                          const QByteArray& data, unsigned char station);
+    bool writeWordsWithFN6(AbstractDeviceInterface* port, unsigned short address,
+                           const QByteArray& data);
+    bool writeWordsWithFN6(AbstractDeviceInterface* port, unsigned short address,
+                           const QByteArray& data, unsigned char station);
+    bool writeBytesWithFN6(AbstractDeviceInterface* port, unsigned short address,
+                           const QByteArray& data);
+    bool writeDWordsWithFN6(AbstractDeviceInterface* port, unsigned short address,
+                            const QByteArray& data, bool highWordFirst);
+    bool writeSpecialFN6HRWords(AbstractDeviceInterface* port, unsigned short address,
+                                const QByteArray& data, int& progress);
+
+    // Register-bit writes by read-modify-write.
+    bool writeHRbit(AbstractDeviceInterface* port, unsigned short address, unsigned char bit,
+                    const QByteArray& data);
+    bool writeHRbit(AbstractDeviceInterface* port, unsigned short address, unsigned char bit,
+                    const QByteArray& data, unsigned char station);
+    bool writeHRbitWithFN6(AbstractDeviceInterface* port, unsigned short address,
+                           unsigned char bit, const QByteArray& data);
+    bool writeHRbitWithFN6(AbstractDeviceInterface* port, unsigned short address,
+                           unsigned char bit, const QByteArray& data, unsigned char station);
+    bool writeSpecialHRbit(AbstractDeviceInterface* port, unsigned short address,
+                           unsigned char bit, const QByteArray& data, int& progress);
+    bool writeSpecialFN6HRbit(AbstractDeviceInterface* port, unsigned short address,
+                              unsigned char bit, const QByteArray& data, int& progress);
+
+protected:
+    // The one request/reply exchange of every transaction: setOption(12, 0), send,
+    // zero the buffer, receive 5, checkMinADU, checkException, receive the rest of
+    // the reply length that the request implies, then (unless told not to) the CRC
+    // over the whole reply. On success the whole reply lies in `reply` from byte 0.
+    enum CrcCheck { VerifyCrc, SkipCrc };
+    bool exchange(AbstractDeviceInterface* port, const QByteArray& request, ReplyBuffer& reply,
+                  CrcCheck crcCheck = VerifyCrc);
+    // The port's station id as a slave address, or -1 after "invalid slave id:%d".
+    int stationFromPort(AbstractDeviceInterface* port);
+
+    bool commError = false;
+    bool debugMode = false;
+    QString lastError;
+    // The driver-side registers behind HR60000..HR60010; never resized.
+    QVector<unsigned short> specialRegisters;
+};
+
+#endif

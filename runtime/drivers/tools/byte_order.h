@@ -1,0 +1,37 @@
+#ifndef BYTE_ORDER_H
+#define BYTE_ORDER_H
+
+#include <QByteArray>
+
+// Host order holds every 16/32-bit value low byte first; a Modbus register image
+// holds each register high byte first. All conversions work byte by byte, so
+// they are right on any processor.
+
+// Register image -> host order. count registers (2*count bytes) / count 32-bit
+// values (4*count bytes, every 4-byte unit reversed). count <= 0 gives an empty array.
+QByteArray fromBigEndianUShortArray(const unsigned char* data, int count);
+QByteArray fromBigEndianULongArray(const unsigned char* data, int count);
+// Host order -> register image; pads with zero bytes to whole units first.
+QByteArray toBigEndianUShortArray(const QByteArray& data);
+QByteArray toBigEndianULongArray(const QByteArray& data);
+// In place; whole units only, a trailing part unit is left as it is.
+void toLittleEndianUShortArray(QByteArray& data);
+void toLittleEndianULongArray(QByteArray& data);
+void appendBigEndianUShort(QByteArray& data, unsigned short value);
+
+int QByteArrayToInt(const QByteArray& data);
+unsigned short QByteArrayToWord(const QByteArray& data);
+short QByteArrayToShort(const QByteArray& data);
+QByteArray wordToByteArray(unsigned short value);
+QByteArray shortToByteArray(short value);
+QByteArray intToByteArray(int value);
+
+QByteArray To16bitsData(const QByteArray& data);
+QByteArray To32bitsData(const QByteArray& data);
+QByteArray To64bitsData(const QByteArray& data);
+QByteArray reverseArray(const QByteArray& data);
+
+// The processor's real byte order.
+bool isBigEndian();
+
+#endif
