@@ -1,0 +1,10 @@
+# Fails unless every name in SYMBOLS is a defined dynamic symbol of LIBRARY.
+execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY} OUTPUT_VARIABLE exported RESULT_VARIABLE status)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "nm failed on ${LIBRARY}")
+endif()
+foreach(symbol IN LISTS SYMBOLS)
+  if(NOT exported MATCHES " T ${symbol}\n")
+    message(FATAL_ERROR "${symbol} is not exported unmangled from ${LIBRARY}")
+  endif()
+endforeach()
