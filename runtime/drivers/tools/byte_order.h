@@ -8,7 +8,8 @@
 // they are right on any processor.
 
 // Register image -> host order. count registers (2*count bytes) / count 32-bit
-// values (4*count bytes, every 4-byte unit reversed). count <= 0 gives an empty array.
+// values (4*count bytes, every 4-byte unit reversed). count <= 0, a null
+// pointer or a byte count beyond int gives an empty array.
 QByteArray fromBigEndianUShortArray(const unsigned char* data, int count);
 QByteArray fromBigEndianULongArray(const unsigned char* data, int count);
 // Host order -> register image; pads with zero bytes to whole units first.
@@ -19,6 +20,8 @@ void toLittleEndianUShortArray(QByteArray& data);
 void toLittleEndianULongArray(QByteArray& data);
 void appendBigEndianUShort(QByteArray& data, unsigned short value);
 
+// Host-order values, low byte first. Missing high bytes read 0 (a single byte
+// is never sign-extended); bytes past the value's width are ignored.
 int QByteArrayToInt(const QByteArray& data);
 unsigned short QByteArrayToWord(const QByteArray& data);
 short QByteArrayToShort(const QByteArray& data);
@@ -26,6 +29,7 @@ QByteArray wordToByteArray(unsigned short value);
 QByteArray shortToByteArray(short value);
 QByteArray intToByteArray(int value);
 
+// Copies padded with zero bytes to whole 2/4/8-byte units, nothing swapped.
 QByteArray To16bitsData(const QByteArray& data);
 QByteArray To32bitsData(const QByteArray& data);
 QByteArray To64bitsData(const QByteArray& data);
