@@ -1,0 +1,26 @@
+#ifndef SIMULATOR_REQUEST_FRAMING_H
+#define SIMULATOR_REQUEST_FRAMING_H
+
+#include <cstddef>
+#include <cstdint>
+
+// Where one RTU request ends, told from its first bytes. A slave has no other way
+// to find the end of a frame while the master is still sending.
+namespace RequestFraming {
+
+constexpr int NeedMoreBytes = 0;
+constexpr int UnknownLength = -1;
+
+// Length of the request at bytes (CRC included), NeedMoreBytes while the bytes
+// seen do not tell it yet, UnknownLength for a function code without a fixed layout.
+int expectedLength(const uint8_t* bytes, size_t available);
+
+// CRC-16/MODBUS, as the 16-bit value (low byte goes first on the wire).
+uint16_t crc16(const uint8_t* bytes, size_t length);
+bool crcMatches(const uint8_t* frame, size_t length);
+// Rewrites the last two bytes with the CRC of the bytes before them.
+void restampCrc(uint8_t* frame, size_t length);
+
+} // namespace RequestFraming
+
+#endif
