@@ -1,0 +1,84 @@
+#ifndef PORT_SERIAL_PORT_H
+#define PORT_SERIAL_PORT_H
+
+#include <QString>
+#include <vector>
+
+#include "interface/abstract_device_interface.h"
+#include "port/frame_trace.h"
+#include "port/line_settings.h"
+
+class DeviceSetting;
+class DriverSetting;
+
+struct SerialPortOptions {
+    QString device;
+    LineSettings line;
+    int timeoutMs = 500; // each receive() waits at most this long
+    int retry = 3;
+    int stationId = 1;
+    int delayMs = 0;
+    // 2-wire RS-485 adapters hear their own transmission: read it back and drop it.
+    bool discardEcho = false;
+    // Keep 3.5 characters of silence before each request.
+    bool interFrameGap = true;
+    // Fail to open unless the kernel's RS-485 mode could be switched on.
+    bool requireRs485 = false;
+
+    // Line and device from a port record, the four numbers from a driver record
+    // (time-out and delay in milliseconds).
+    static bool fromSettings(const DeviceSetting& device, const DriverSetting& driver,
+                             SerialPortOptions* options, QString* error);
+    void applyDriverSetting(const DriverSetting& driver);
+};
+
+// The host's port object over a POSIX serial device. receive() returns as soon as
+// the count asked for has arrived and waits out the time-out only when it has not.
+// Option 12 discards input not yet read, so a late reply to an earlier request is
+// never taken for the next one.
+class SerialPort : public AbstractDeviceInterface {
+public:
+    explicit SerialPort(SerialPortOptions options);
+    ~SerialPort() override;
+    SerialPort(const SerialPort&) = delete;
+    SerialPort& operator=(const SerialPort&) = delete;
+
+    bool open();
+    void close();
+    bool isOpen() const { return fd >= 0; }
+    QString errorString() const { return lastError; }
+    // What became of the kernel's RS-485 mode at open (empty for other line types).
+    QString rs485Status() const { return rs485Message; }
+    bool rs485Active() const { return rs485On; }
+    // Echoes that did not come back as sent (their bytes are kept for receive()).
+    int echoMismatches() const { return echoFaults; }
+    const SerialPortOptions& options() const { return settings; }
+    void setTraceSink(std::function<void(const QString&)> sink) { trace.setSink(std::move(sink)); }
+
+    int receive(char* buffer, int maxLength) override;
+    int send(const char* data, int length) override;
+    bool setOption(int code, const QVariant& value) override;
+    int getRetry() override { return settings.retry; }
+    int getStationId() override { return settings.stationId; }
+    int getDelay() override { return settings.delayMs; }
+
+private:
+    bool configure();
+    void enableRs485();
+    void waitForQuietLine() const;
+    int readUntil(char* buffer, int maxLength, long long deadlineMs);
+    void discardEchoOf(const char* data, int length);
+    void markLineActivity();
+
+    SerialPortOptions settings;
+    int fd = -1;
+    QString lastError;
+    QString rs485Message;
+    bool rs485On = false;
+    int echoFaults = 0;
+    long long lastActivityNs = 0; // last byte sent or received, monotonic clock
+    std::vector<char> heldBack;   // bytes read as an echo that were not one
+    FrameTrace trace;
+};
+
+#endif
