@@ -129,6 +129,39 @@ protected:
     // The port's station id as a slave address, or -1 after "invalid slave id:%d".
     int stationFromPort(AbstractDeviceInterface* port);
 
+    // Write-path helpers
+    // Station argument of the shared write bodies: a slave id, or ask the port.
+    static const int StationFromPort = -1;
+    // The register-count bound of every function-16 and function-6 write: at most
+    // 123 registers, the last one at most 65535; otherwise false after
+    // "can't write any <unit> to HR<address + 1>".
+    bool registerWriteFits(unsigned short address, int registers, const char* unit);
+    // A register image (each register high byte first) in one function-16
+    // request: the bound, then the station, then the exchange.
+    bool writeRegistersWithFN16(AbstractDeviceInterface* port, unsigned short address,
+                                const QByteArray& image, int station, const char* unit);
+    // The same image register by register with function 6, without pauses.
+    bool writeRegistersWithFN6(AbstractDeviceInterface* port, unsigned short address,
+                               const QByteArray& image, int station, const char* unit);
+    // One function-6 transaction per register of an image, in address order,
+    // stopping at the first failure; pauses for the port's delay between
+    // registers when asked to. No bound of its own.
+    bool writeImageWithFN6(AbstractDeviceInterface* port, unsigned short address,
+                           const QByteArray& image, int station, bool pauseBetween);
+    // Sleeps the port's delay (before attempts, between stations and steps).
+    static void pauseForPortDelay(AbstractDeviceInterface* port);
+    // The special word and bit writes with function 16 or with function 6 for
+    // the servos of the station list.
+    enum WriteFunction { WithFN16, WithFN6 };
+    bool writeSpecialWords(AbstractDeviceInterface* port, unsigned short address,
+                           const QByteArray& data, int& progress, WriteFunction function);
+    bool writeSpecialBit(AbstractDeviceInterface* port, unsigned short address, unsigned char bit,
+                         const QByteArray& data, int& progress, WriteFunction function);
+    // The fan-out of the special writes to the listed stations (defined and used
+    // in special_register_writes.cpp).
+    template <typename WriteStation>
+    bool writeListedStations(AbstractDeviceInterface* port, int& progress, WriteStation writeStation);
+
     bool commError = false;
     bool debugMode = false;
     QString lastError;

@@ -10,3 +10,8 @@ bool DriverTecoServo::write(AbstractDeviceInterface* port, const CommunicatorCom
     setCommError(QStringLiteral("unsupported data type: ") + command.deviceAddress);
     return false;
 }
+
+void DriverTecoServo::pauseForPortDelay(AbstractDeviceInterface* port)
+{
+    HRSleep(static_cast<unsigned long>(qMax(0, port->getDelay())));
+}
