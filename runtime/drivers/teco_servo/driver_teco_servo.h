@@ -129,6 +129,19 @@ protected:
     // The port's station id as a slave address, or -1 after "invalid slave id:%d".
     int stationFromPort(AbstractDeviceInterface* port);
 
+    // Read-path helpers
+    // One read transaction with function 1 to 4: the slave is `station`, or the
+    // port's when it is negative; the data of the reply start at byte 3.
+    bool readDevices(AbstractDeviceInterface* port, int station, unsigned char function,
+                     unsigned short address, unsigned short quantity, CrcCheck crcCheck,
+                     ReplyBuffer& reply);
+    // The bounded register read behind readWords, readDWords and readBytes: 1 to
+    // 125 registers from the area of prefix, the last one at most 65535, else
+    // false after "can't read any <unit> from <prefix><address + 1>".
+    bool readRegisterImage(AbstractDeviceInterface* port, const QByteArray& prefix,
+                           unsigned short address, long long registers, const char* unit,
+                           int station, CrcCheck crcCheck, ReplyBuffer& reply);
+
     // Write-path helpers
     // Station argument of the shared write bodies: a slave id, or ask the port.
     static const int StationFromPort = -1;
