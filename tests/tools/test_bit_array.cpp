@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <vector>
 
@@ -233,4 +234,30 @@ TEST(BitArray, SizeArithmeticRoundsUp)
     EXPECT_EQ(NumOfBytesToNumOfDWords(4), 1u);
     EXPECT_EQ(NumOfBytesToNumOfQuadWords(9), 2u);
     EXPECT_EQ(NumOfBytesToNumOfQuadWords(0), 0u);
+}
+
+TEST(BitArray, AnyIndexOrCountStaysInsideTheArray)
+{
+    // Run under the sanitizer build, this catches any access outside the arrays.
+    for (int length = 0; length <= 3; ++length) {
+        const QByteArray original(length, '\x5a');
+        for (int i = -20; i <= 40; ++i) {
+            const int grown = (i >= 0 && i / 8 == length) ? length + 1 : length;
+            QByteArray bits = original;
+            setBit(bits, i, true);
+            EXPECT_EQ(bits.size(), grown) << "setBit " << length << " " << i;
+            bits = original;
+            clearUnnecessaryBits(bits, i);
+            EXPECT_EQ(bits.size(), i % 8 != 0 ? grown : length) << "clear " << length << " " << i;
+            bits = original;
+            RightShiftNBits(bits, i);
+            EXPECT_EQ(bits.size(), length) << "shift " << length << " " << i;
+            bits = original;
+            QByteArray source = original;
+            CopyBits(bits, source, i, 12);
+            EXPECT_LE(bits.size(), std::max(length, (i + 12 + 7) / 8)) << "copy " << length << " " << i;
+            EXPECT_EQ(ExpandBitsToBytes(original, static_cast<unsigned short>(std::max(i, 0)), i).size(),
+                      std::max(i, 0));
+        }
+    }
 }

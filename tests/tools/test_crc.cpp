@@ -150,8 +150,8 @@ TEST(Crc, FirstCallsFromSeveralThreadsAgree)
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&] {
             ++ready;
-            while (ready.load() < kThreads) {
-            }
+            while (ready.load() < kThreads)
+                std::this_thread::yield();
             for (const CheckValue& c : checkValues())
                 if (c.compute() != c.expected)
                     ++wrong;
