@@ -1,0 +1,12 @@
+#ifndef DRVCTL_EXIT_CODES_H
+#define DRVCTL_EXIT_CODES_H
+
+// What drvctl's exit status tells a script.
+enum ExitCode {
+    ExitSuccess = 0,
+    ExitDriverFailure = 1, // the driver reported an error (its text is printed)
+    ExitUsage = 2,         // bad command, option, address or value
+    ExitSetup = 3,         // the plug-in could not be loaded or the device opened
+};
+
+#endif

@@ -1,0 +1,57 @@
+#include "drvctl/output.h"
+#include "drvctl/exit_codes.h"
+
+#include <QJsonDocument>
+#include <cstdio>
+
+namespace {
+
+void printLine(FILE* stream, const QString& text)
+{
+    std::fputs(text.toLocal8Bit().constData(), stream);
+    std::fputc('\n', stream);
+    std::fflush(stream);
+}
+
+} // namespace
+
+void Output::result(const QJsonObject& object, const QString& text) const
+{
+    if (jsonMode)
+        printLine(stdout, QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+    else
+        printLine(stdout, text);
+}
+
+int Output::failure(const QString& message, int exitCode) const
+{
+    if (jsonMode) {
+        QJsonObject object{{QStringLiteral("ok"), false}, {QStringLiteral("error"), message},
+                           {QStringLiteral("exit"), exitCode}};
+        printLine(stdout, QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+    } else {
+        printLine(stderr, QStringLiteral("drvctl: ") + message);
+    }
+    return exitCode;
+}
+
+int Output::usage(const QString& message, const QString& command)
+{
+    printLine(stderr, QStringLiteral("drvctl: ") + message);
+    printLine(stderr, command.isEmpty() ? QStringLiteral("Try 'drvctl --help'.")
+                                        : QStringLiteral("Try 'drvctl %1 --help'.").arg(command));
+    return ExitUsage;
+}
+
+void Output::liveLine(const QString& text) const
+{
+    // Carriage return, the line, then erase whatever a longer earlier line left.
+    std::fputs(("\r" + text + "\033[K").toLocal8Bit().constData(), stdout);
+    std::fflush(stdout);
+}
+
+void Output::note(const QString& text) const
+{
+    if (!jsonMode)
+        printLine(stderr, text);
+}

@@ -1,0 +1,27 @@
+#ifndef DRVCTL_OUTPUT_H
+#define DRVCTL_OUTPUT_H
+
+#include <QJsonObject>
+#include <QString>
+
+// Where results and failures go: text for people, one JSON object per line for scripts.
+class Output {
+public:
+    explicit Output(bool json) : jsonMode(json) {}
+    bool json() const { return jsonMode; }
+
+    // A result: the JSON object in JSON mode, the text otherwise (a line each).
+    void result(const QJsonObject& object, const QString& text) const;
+    // A failure with the exit status it leads to; returns that status.
+    int failure(const QString& message, int exitCode) const;
+    // A bad command line: always text on stderr, with a pointer to the help.
+    static int usage(const QString& message, const QString& command);
+    // Rewrites the current terminal line (poll).
+    void liveLine(const QString& text) const;
+    void note(const QString& text) const; // stderr, text mode only
+
+private:
+    bool jsonMode;
+};
+
+#endif
