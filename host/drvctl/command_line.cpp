@@ -4,6 +4,7 @@
 
 #include <QCommandLineParser>
 #include <QRegularExpression>
+#include <algorithm>
 
 namespace {
 
@@ -22,6 +23,8 @@ const char* const GeneralHelp =
     "  write ADDRESS VALUE...   write values (decimal or 0x hex; bits 0/1)\n"
     "  poll ADDRESS...          read again every --interval ms on one live line; Ctrl-C stops\n"
     "  simulate                 run the simulated servo line and print its device path\n"
+    "  shell                    read info, read and write commands from stdin, one per line,\n"
+    "                           on one driver and one line (the station list lives in the driver)\n"
     "\n"
     "'drvctl COMMAND --help' lists the options of a command.\n";
 
@@ -41,6 +44,8 @@ const CommandSpec Commands[] = {
     {"poll", "ADDRESS...", "Reads every address again every --interval ms on one line until Ctrl-C.", true, true},
     {"simulate", "", "Runs the simulated servo line until Ctrl-C; the first line printed is its device path.",
      false, false},
+    {"shell", "", "Runs info, read and write commands from stdin, one per line (# starts a comment), on one "
+                  "driver and one line; options on a line apply to that line only.", true, false},
 };
 
 bool parseInt(const QString& text, int low, int high, int* value)
@@ -193,14 +198,15 @@ ParseOutcome parseCommandLine(const QStringList& arguments, Invocation* invocati
 
     const int given = result.arguments.size();
     const bool wantsOne = command == QLatin1String("read");
-    const bool wantsNone = command == QLatin1String("info") || command == QLatin1String("simulate");
+    const bool wantsNone = command == QLatin1String("info") || command == QLatin1String("simulate")
+                           || command == QLatin1String("shell");
     if ((wantsOne && given != 1) || (wantsNone && given != 0) || (command == QLatin1String("write") && given < 2)
         || (command == QLatin1String("poll") && given < 1)) {
         *text = QStringLiteral("%1 takes %2").arg(command, spec->synopsis[0] ? QLatin1String(spec->synopsis) : QStringLiteral("no arguments"));
         return ParseOutcome::Error;
     }
     if (spec->talksToServos) {
-        const int addresses = command == QLatin1String("write") ? 1 : given;
+        const int addresses = command == QLatin1String("write") ? std::min(1, given) : given;
         for (int i = 0; i < addresses; ++i)
             if (!checkAddress(result.arguments[i], text))
                 return ParseOutcome::Error;

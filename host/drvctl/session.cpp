@@ -72,6 +72,8 @@ int Session::run()
         return read();
     if (request.command == QLatin1String("write"))
         return write();
+    if (request.command == QLatin1String("shell"))
+        return shell();
     return poll();
 }
 

@@ -32,6 +32,9 @@ private:
     int write();
     int poll();
     int simulate();
+    int shell();
+    // One command line read by the shell, on the session's driver and line.
+    int shellLine(const QString& line);
 
     // One driver read; false leaves the driver's error text.
     bool readValues(const QString& address, int dataType, QByteArray* data);

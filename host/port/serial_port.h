@@ -53,6 +53,11 @@ public:
     // Echoes that did not come back as sent (their bytes are kept for receive()).
     int echoMismatches() const { return echoFaults; }
     const SerialPortOptions& options() const { return settings; }
+    // For a host that changes them between commands on an open line.
+    void setStationId(int id) { settings.stationId = id; }
+    void setRetry(int count) { settings.retry = count; }
+    void setDelay(int ms) { settings.delayMs = ms; }
+    void setTimeoutMs(int ms) { settings.timeoutMs = ms; }
     void setTraceSink(std::function<void(const QString&)> sink) { trace.setSink(std::move(sink)); }
 
     int receive(char* buffer, int maxLength) override;
