@@ -97,19 +97,12 @@ TEST(DataPack, FaultsGiveTheErrorValueOfEachPacker)
         {" C", {1}, "", 0, ""},
         {"C ", {1, 2}, "01", 0, ""},
         {"CQ", {1, 2}, "01", 0, ""},
-        {"C-", {1, 2}, "01", 0, ""},
         {"0C", {1}, "", -1, ""},
-        {"0n", {1}, "", -1, ""},
         {"3S", {1}, "", -1, ""},
-        {"2s", {1}, "", -1, ""},
         {"2I", {1}, "", -1, ""},
-        {"2L", {1}, "", -1, ""},
-        {"2i", {1}, "", -1, ""},
-        {"2l", {1}, "", -1, ""},
         {"3Q", {1}, "", -1, ""},
         {"3 ", {1}, "", -1, ""},
         {"C3", {1}, "01", -1, ""},
-        {"C12", {1}, "01", -1, ""},
         {"99999999999X", {}, "", -1, ""},
         {"2147483648x", {}, "", -1, ""},
         {"1073741824N", {}, "", -1, ""},
@@ -123,7 +116,7 @@ TEST(DataPack, FaultsGiveTheErrorValueOfEachPacker)
     }
 }
 
-TEST(DataPack, NullBufferOrFormatWritesNothing)
+TEST(DataPack, NullPointersAreFaults)
 {
     EXPECT_EQ(DataPack(nullptr, "C", 1), -1);
     EXPECT_EQ(DataPack(nullptr, ""), 0);
@@ -131,6 +124,11 @@ TEST(DataPack, NullBufferOrFormatWritesNothing)
     EXPECT_EQ(DataPack(&byte, nullptr), 0);
     EXPECT_EQ(byte, kUntouched);
     EXPECT_TRUE(ByteArrayPack(nullptr).isEmpty());
+
+    const Packed packed = packBoth("C2n", 1, static_cast<const void*>(nullptr));
+    EXPECT_EQ(packed.result, -1);
+    EXPECT_EQ(hexOf(packed.buffer), hexOf(untouchedAfter(hex("01"))));
+    EXPECT_TRUE(packed.array.isEmpty());
 }
 
 TEST(DataPack, CountedItemsCopyArraysAsTheyLieInMemory)
@@ -156,14 +154,6 @@ TEST(DataPack, CountedItemsCopyArraysAsTheyLieInMemory)
         EXPECT_EQ(hexOf(packed.buffer), hexOf(untouchedAfter(expected))) << c.format;
         EXPECT_EQ(hexOf(packed.array), hexOf(expected)) << c.format;
     }
-}
-
-TEST(DataPack, CountedItemWithNullArrayIsAFault)
-{
-    const Packed packed = packBoth("C2n", 1, static_cast<const void*>(nullptr));
-    EXPECT_EQ(packed.result, -1);
-    EXPECT_EQ(hexOf(packed.buffer), hexOf(untouchedAfter(hex("01"))));
-    EXPECT_TRUE(packed.array.isEmpty());
 }
 
 TEST(DataPack, VariadicFormsMatchTheListForms)
@@ -259,36 +249,4 @@ TEST(DataUnpack, FaultsGiveMinusOne)
     EXPECT_EQ(DataUnpack(data, "2n", static_cast<void*>(nullptr)), -1);
     EXPECT_EQ(DataUnpack(nullptr, "C", &first), -1);
     EXPECT_EQ(DataUnpack(nullptr, ""), 0);
-}
-
-TEST(DataPackRoundTrip, UnpackingPackedBytesGivesTheValuesBack)
-{
-    const unsigned char text[5] = {'h', 'e', 'l', 'l', 'o'};
-    const unsigned short words[2] = {0xBEEF, 0x0102};
-    const unsigned int dwords[2] = {0xDEADBEEF, 0x00C0FFEE};
-    const QByteArray packed = ByteArrayPack("CSnIN5c2n2Nx", 0xA5, 0x1234, 0x5678, 0x0BADF00D, 0x13579BDF, text,
-                                            words, dwords);
-    ASSERT_EQ(packed.size(), 1 + 2 + 2 + 4 + 4 + 5 + 4 + 8 + 1);
-
-    unsigned char c = 0;
-    unsigned short s = 0;
-    unsigned short n = 0;
-    unsigned int i = 0;
-    unsigned int bigN = 0;
-    unsigned char textBack[5] = {};
-    unsigned short wordsBack[2] = {};
-    unsigned int dwordsBack[2] = {};
-    const int consumed = DataUnpack(reinterpret_cast<const unsigned char*>(packed.constData()), "CSnIN5c2n2Nx", &c,
-                                    &s, &n, &i, &bigN, textBack, wordsBack, dwordsBack);
-    EXPECT_EQ(consumed, packed.size());
-    EXPECT_EQ(c, 0xA5);
-    EXPECT_EQ(s, 0x1234);
-    EXPECT_EQ(n, 0x5678);
-    EXPECT_EQ(i, 0x0BADF00Du);
-    EXPECT_EQ(bigN, 0x13579BDFu);
-    EXPECT_EQ(std::memcmp(textBack, text, sizeof text), 0);
-    EXPECT_EQ(wordsBack[0], words[0]);
-    EXPECT_EQ(wordsBack[1], words[1]);
-    EXPECT_EQ(dwordsBack[0], dwords[0]);
-    EXPECT_EQ(dwordsBack[1], dwords[1]);
 }

@@ -129,32 +129,27 @@ TEST_F(ProjectDatabase, ByPortTakesTheFirstDefaultNodeOnly)
     EXPECT_EQ(stationId, allRows.front().second);
 }
 
-TEST_F(ProjectDatabase, ByPortWithoutMatchLeavesOutputsAlone)
+TEST_F(ProjectDatabase, ByPortFindsLinksWithADefaultNode)
 {
     struct Case {
         int hmiPort;
-        const char* why;
+        bool found;
+        int linkId; // -5 and 77: left as they were
+        int stationId;
     };
-    const Case cases[] = {{1099, "no such link"}, {1006, "no default node"}, {1001, "no link at all"}};
+    const Case cases[] = {
+        {1004, true, 8, 0},      // station id that is not a number
+        {1005, true, 0, 0},      // link id that is not a number
+        {1099, false, -5, 77},   // no such link
+        {1006, false, -5, 77},   // no default node
+    };
     for (const Case& c : cases) {
         int linkId = -5;
         unsigned char stationId = 77;
-        EXPECT_FALSE(GetLinkIdAndDefaultStationId(connectionName, c.hmiPort, linkId, stationId)) << c.why;
-        EXPECT_EQ(linkId, -5) << c.why;
-        EXPECT_EQ(stationId, 77) << c.why;
+        EXPECT_EQ(GetLinkIdAndDefaultStationId(connectionName, c.hmiPort, linkId, stationId), c.found) << c.hmiPort;
+        EXPECT_EQ(linkId, c.linkId) << c.hmiPort;
+        EXPECT_EQ(stationId, c.stationId) << c.hmiPort;
     }
-}
-
-TEST_F(ProjectDatabase, NonNumericColumnsCountZero)
-{
-    int linkId = -1;
-    unsigned char stationId = 99;
-    EXPECT_TRUE(GetLinkIdAndDefaultStationId(connectionName, 1004, linkId, stationId));
-    EXPECT_EQ(linkId, 8);
-    EXPECT_EQ(stationId, 0);
-    EXPECT_TRUE(GetLinkIdAndDefaultStationId(connectionName, 1005, linkId, stationId));
-    EXPECT_EQ(linkId, 0);
-    EXPECT_EQ(stationId, 0);
 }
 
 TEST_F(ProjectDatabase, ByLinkAppendsEveryDefaultNodeWithoutClearing)
