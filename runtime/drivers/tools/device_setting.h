@@ -4,12 +4,14 @@
 #include <QList>
 #include <QPair>
 #include <QString>
+#include <QtGlobal>
 
 class QDataStream;
 
 // Kinds of port. Only 16, the serial port of the servo driver's default record,
-// is used by this system; every other value belongs to the host.
-enum device_type {
+// is used by this system; every other value belongs to the host, so the type
+// holds any 32-bit value.
+enum device_type : qint32 {
     SerialDevice = 16
 };
 
