@@ -105,6 +105,7 @@ ParseOutcome parseCommandLine(const QStringList& arguments, Invocation* invocati
     const QCommandLineOption rs485(QStringLiteral("rs485"), QStringLiteral("Fail unless the kernel's RS-485 mode can be switched on."));
     const QCommandLineOption type(QStringLiteral("type"), QStringLiteral("bit, byte, word, dword, block or bitblock (default: from the address)."), QStringLiteral("type"));
     const QCommandLineOption count(QStringLiteral("count"), QStringLiteral("Number of elements, 1..65536 (default 1)."), QStringLiteral("n"));
+    const QCommandLineOption hex(QStringLiteral("hex"), QStringLiteral("Show values in hex (text output only)."));
     const QCommandLineOption interval(QStringLiteral("interval"), QStringLiteral("Milliseconds between reads, 10..3600000 (default 1000)."), QStringLiteral("ms"));
     const QCommandLineOption stations(QStringLiteral("stations"), QStringLiteral("Station ids of the simulated line, e.g. 1,2,3."), QStringLiteral("list"));
     const QCommandLineOption lineEcho(QStringLiteral("line-echo"), QStringLiteral("The simulated line repeats every byte it hears."));
@@ -125,6 +126,7 @@ ParseOutcome parseCommandLine(const QStringList& arguments, Invocation* invocati
     if (spec->readsValues) {
         add(type);
         add(count);
+        add(hex);
     } else if (QLatin1String(spec->name) == QLatin1String("write")) {
         add(type);
     }
@@ -163,6 +165,7 @@ ParseOutcome parseCommandLine(const QStringList& arguments, Invocation* invocati
     result.gap = !isSet(noGap);
     result.requireRs485 = isSet(rs485);
     result.lineEchoes = isSet(lineEcho);
+    result.hex = isSet(hex);
 
     const struct {
         const QCommandLineOption* option;

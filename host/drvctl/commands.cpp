@@ -44,15 +44,25 @@ QJsonArray toJson(const QList<qint64>& values)
     return array;
 }
 
-QString toText(const QList<qint64>& values)
+// Hex digits: two per byte of the data type (bits stay 0/1).
+QString toText(const QList<qint64>& values, int hexDigits)
 {
     QStringList parts;
     for (qint64 v : values)
-        parts << QString::number(v);
+        parts << (hexDigits > 0
+                      ? QStringLiteral("0x") + QString::number(static_cast<quint64>(v), 16).toUpper().rightJustified(hexDigits, QLatin1Char('0'))
+                      : QString::number(v));
     return parts.join(QLatin1Char(' '));
 }
 
 } // namespace
+
+int Session::hexDigitsFor(int dataType) const
+{
+    if (!request.hex || dataType == Bit || dataType == BitBlock)
+        return 0;
+    return dataType == Word ? 4 : dataType == DoubleWord ? 8 : 2;
+}
 
 int Session::dataTypeFor(const QString& address) const
 {
@@ -111,7 +121,7 @@ int Session::read()
                        {QStringLiteral("type"), dataTypeName(dataType)},
                        {QStringLiteral("station"), port->getStationId()},
                        {QStringLiteral("values"), toJson(values)}};
-    out.result(object, QStringLiteral("%1 %2[%3]: %4").arg(address, dataTypeName(dataType)).arg(values.size()).arg(toText(values)));
+    out.result(object, QStringLiteral("%1 %2[%3]: %4").arg(address, dataTypeName(dataType)).arg(values.size()).arg(toText(values, hexDigitsFor(dataType))));
     return ExitSuccess;
 }
 
@@ -146,7 +156,7 @@ int Session::poll()
             QByteArray data;
             if (readValues(address, dataType, &data)) {
                 const QList<qint64> decoded = decodeValues(dataType, data, request.count);
-                text << QStringLiteral("%1=%2").arg(address, toText(decoded));
+                text << QStringLiteral("%1=%2").arg(address, toText(decoded, hexDigitsFor(dataType)));
                 values.insert(address, toJson(decoded));
             } else {
                 text << QStringLiteral("%1=(%2)").arg(address, driver->getLastError());

@@ -27,6 +27,7 @@ struct Invocation {
     int dataType = -1; // -1: from the address
     int count = 1;
     int intervalMs = 1000;
+    bool hex = false; // show read values in hex
 
     QList<int> stations{1, 2, 3}; // of the simulated line
     bool lineEchoes = false;      // the simulated line repeats what it hears

@@ -39,6 +39,7 @@ private:
     // One driver read; false leaves the driver's error text.
     bool readValues(const QString& address, int dataType, QByteArray* data);
     int dataTypeFor(const QString& address) const;
+    int hexDigitsFor(int dataType) const;
 
     Invocation request;
     Output out;

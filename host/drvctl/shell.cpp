@@ -62,6 +62,7 @@ int Session::shellLine(const QString& line)
     request.arguments = step.arguments;
     request.dataType = step.dataType;
     request.count = step.count;
+    request.hex = step.hex;
 
     const int status = step.command == QLatin1String("info") ? info()
                        : step.command == QLatin1String("read") ? read()
