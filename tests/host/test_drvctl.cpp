@@ -166,6 +166,7 @@ TEST(DrvctlTest, ShellKeepsTheStationListAndTheServosBetweenCommands)
                                       "read HR100\n"
                                       "write HR200SW 0x12345678\n"
                                       "read HR200 --count 2\n"
+                                      "read HR200SW --hex\n"
                                       "write HR60000 2 2 3\n"
                                       "write HR60010 0xBEEF\n"
                                       "read HR1300 --station 2\n"
@@ -175,7 +176,8 @@ TEST(DrvctlTest, ShellKeepsTheStationListAndTheServosBetweenCommands)
     const QStringList results = run.out.split(QLatin1Char('\n')).filter(QStringLiteral(": "));
     // 1234 with bit 3 set is 1242; SW puts the high word (0x1234) first; the fan-out
     // reaches stations 2 and 3 only.
-    EXPECT_EQ(results, QStringList({"HR100 word[1]: 1242", "HR200 word[2]: 4660 22136", "HR1300 word[1]: 48879",
+    EXPECT_EQ(results, QStringList({"HR100 word[1]: 1242", "HR200 word[2]: 4660 22136",
+                                    "HR200SW dword[1]: 0x12345678", "HR1300 word[1]: 48879",
                                     "HR1300 word[1]: 48879", "HR1300 word[1]: 0"}));
 }
 
