@@ -216,15 +216,6 @@ TEST(SerialPortTest, OptionTwelveDiscardsStaleInput)
     EXPECT_EQ(std::vector<uint8_t>(buffer, buffer + 5), hexBytes("01 83 02 C0 F1"));
 }
 
-TEST(SerialPortTest, ClosedPortRefusesToTalk)
-{
-    SerialPort port(optionsFor("/nonexistent", 100));
-    char buffer[4];
-    EXPECT_EQ(port.receive(buffer, 4), -1);
-    EXPECT_EQ(port.send("abc", 3), -1);
-    EXPECT_FALSE(port.setOption(12, QVariant(0)));
-}
-
 // How long a second send waits after the first one has finished; both frames
 // must reach the other end whole.
 long long gapBetweenTwoSends(SerialPort& port, RawLine& peer)

@@ -257,23 +257,4 @@ TEST(RequestFramingTest, LengthFromTheFirstBytes)
     }
 }
 
-TEST(RequestFramingTest, CrcOfKnownFrames)
-{
-    for (const char* frame : {"01 03 00 00 00 0A C5 CD", "01 06 00 01 00 03 98 0B", "01 83 02 C0 F1",
-                              "01 0F 00 13 00 0A 02 CD 01 72 CB"}) {
-        std::vector<uint8_t> bytes = hexBytes(frame);
-        EXPECT_TRUE(RequestFraming::crcMatches(bytes.data(), bytes.size())) << frame;
-        bytes[2] ^= 1;
-        EXPECT_FALSE(RequestFraming::crcMatches(bytes.data(), bytes.size())) << frame;
-    }
-}
-
-TEST(ServoLineSetupTest, RefusesALineWithoutValidStations)
-{
-    ServoLine line({0, 300});
-    std::string error;
-    EXPECT_FALSE(line.start(&error));
-    EXPECT_EQ(error, "no valid station id (1..247) given");
-}
-
 } // namespace
