@@ -9,14 +9,14 @@
 namespace {
 
 const int Unchanged = -1;
-// A bit that no parse produces, to see whether the parse touched it.
+// A bit value that no parse produces, to see whether the parse touched it.
 const unsigned char Sentinel = 0xA5;
 
 struct ParseCase {
     const char* text;
     const char* prefix;
     unsigned short address;
-    int bit;  // Unchanged: the parse must leave the caller's value alone
+    int bit;  // Unchanged: the caller's value must stay
 };
 
 void PrintTo(const ParseCase& c, std::ostream* os) { *os << '"' << c.text << '"'; }
@@ -38,53 +38,16 @@ TEST_P(AddressParse, SplitsTheText)
 INSTANTIATE_TEST_SUITE_P(
     Texts, AddressParse,
     testing::Values(ParseCase{"HR100", "HR", 99, Unchanged}, ParseCase{"hr1", "hr", 0, Unchanged},
-                    ParseCase{"FN6HR200", "FN6HR", 199, Unchanged},
-                    ParseCase{"fn5do7", "fn5do", 6, Unchanged}, ParseCase{"DO5", "DO", 4, Unchanged},
-                    ParseCase{"DI12", "DI", 11, Unchanged}, ParseCase{"HR100.3", "HR", 99, 3},
-                    ParseCase{"HR100.15x", "HR", 99, 15}, ParseCase{"HR100.300", "HR", 99, 44},
-                    ParseCase{"HR200SW", "HR", 199, Unchanged},
+                    ParseCase{"FN6HR200", "FN6HR", 199, Unchanged}, ParseCase{"fn5do7", "fn5do", 6, Unchanged},
+                    ParseCase{"DO5", "DO", 4, Unchanged}, ParseCase{"DI12", "DI", 11, Unchanged},
+                    ParseCase{"HR100.3", "HR", 99, 3}, ParseCase{"HR100.15x", "HR", 99, 15},
+                    ParseCase{"HR100.300", "HR", 99, 44}, ParseCase{"HR200SW", "HR", 199, Unchanged},
                     ParseCase{"HR", "HR", 0xFFFF, Unchanged}, ParseCase{"HR.3", "HR", 0xFFFF, 3},
-                    ParseCase{"HR0", "HR", 0xFFFF, Unchanged},
-                    ParseCase{"HR65536", "HR", 65535, Unchanged},
-                    ParseCase{"HR65537", "HR", 0, Unchanged},
-                    ParseCase{"HR-5", "HR", 0xFFFF, Unchanged},
+                    ParseCase{"HR0", "HR", 0xFFFF, Unchanged}, ParseCase{"HR65536", "HR", 65535, Unchanged},
+                    ParseCase{"HR65537", "HR", 0, Unchanged}, ParseCase{"HR-5", "HR", 0xFFFF, Unchanged},
                     ParseCase{"F12HR5", "F12HR", 4, Unchanged}, ParseCase{"FN", "FN", 0xFFFF, Unchanged},
                     ParseCase{"", "", 0xFFFF, Unchanged}, ParseCase{"100", "", 99, Unchanged},
-                    // A point with no digits after it still resets the bit.
-                    ParseCase{"HR7.", "HR", 6, 0}, ParseCase{"F", "F", 0xFFFF, Unchanged}));
-
-// Routing helpers that the dispatch and the operations share.
-struct PrefixCase {
-    const char* prefix;
-    bool holdingRegister;
-    bool coil;
-};
-
-void PrintTo(const PrefixCase& c, std::ostream* os) { *os << '"' << c.prefix << '"'; }
-
-class AreaPrefix : public testing::TestWithParam<PrefixCase> {};
-
-TEST_P(AreaPrefix, SelectsTheFunctionFamily)
-{
-    EXPECT_EQ(isHoldingRegisterArea(GetParam().prefix), GetParam().holdingRegister);
-    EXPECT_EQ(isCoilArea(GetParam().prefix), GetParam().coil);
-}
-
-INSTANTIATE_TEST_SUITE_P(Letters, AreaPrefix,
-                         testing::Values(PrefixCase{"HR", true, false}, PrefixCase{"hR", true, false},
-                                         PrefixCase{"HRX", true, false}, PrefixCase{"fn6hr", true, false},
-                                         PrefixCase{"FN6H", false, false}, PrefixCase{"H", false, false},
-                                         PrefixCase{"IR", false, false}, PrefixCase{"", false, false},
-                                         PrefixCase{"DO", false, true}, PrefixCase{"do", false, true},
-                                         PrefixCase{"Fn5dO", false, true}, PrefixCase{"DI", false, false},
-                                         PrefixCase{"FN5D", false, false}));
-
-TEST(HighWordFirst, IsSelectedBySwInAnyCase)
-{
-    for (const char* text : {"HR200SW", "hr200sw", "HR200Sw", "HR200sW", "SWHR1"})
-        EXPECT_TRUE(selectsHighWordFirst(QString::fromLatin1(text))) << text;
-    for (const char* text : {"HR200", "HR200S", "HR200W", "HR200S W"})
-        EXPECT_FALSE(selectsHighWordFirst(QString::fromLatin1(text))) << text;
-}
+                    // A point without digits still resets the bit.
+                    ParseCase{"HR7.", "HR", 6, 0}));
 
 } // namespace

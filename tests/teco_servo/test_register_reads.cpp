@@ -59,8 +59,6 @@ INSTANTIATE_TEST_SUITE_P(
                  withCrc("0103 0000 0001"), {5, 2}, hex("3412"), ""},
         ReadCase{"input_registers_fn4", words("IR", 5, 1), {readReply(1, 4, "ABCD")},
                  withCrc("0104 0005 0001"), {5, 2}, hex("CDAB"), ""},
-        ReadCase{"fn6h_is_not_holding", words("FN6H", 5, 1), {readReply(1, 4, "ABCD")},
-                 withCrc("0104 0005 0001"), {5, 2}, hex("CDAB"), ""},
         ReadCase{"station_255", words("HR", 0, 1), {readReply(255, 3, "0001")},
                  withCrc("FF03 0000 0001"), {5, 2}, hex("0100"), "", 255},
         ReadCase{"last_register_65535", words("HR", 65500, 36), {readReply(1, 3, registers(36))},
@@ -78,17 +76,8 @@ INSTANTIATE_TEST_SUITE_P(
         ReadCase{"count_negative", words("IR", 99, -1), {}, {}, {}, {},
                  "can't read any word from IR100"},
         ReadCase{"station_256", words("HR", 0, 1), {}, {}, {}, {}, "invalid slave id:256", 256},
-        ReadCase{"station_negative", words("HR", 0, 1), {}, {}, {}, {}, "invalid slave id:-1", -1},
-        ReadCase{"no_response", words("HR", 99, 10), {QByteArray()}, withCrc("0103 0063 000A"),
-                 {5}, {}, "PLC no response"},
-        ReadCase{"short_first_part", words("HR", 99, 10), {hex("0103")},
-                 withCrc("0103 0063 000A"), {5}, {}, "received bytes < 5"},
-        ReadCase{"foreign_slave", words("HR", 99, 1), {readReply(2, 3, "0001")},
-                 withCrc("0103 0063 0001"), {5}, {}, "invalid slave id:2"},
         ReadCase{"exception_reply_ends_after_5", words("HR", 99, 10), {hex("018302C0F1")},
                  withCrc("0103 0063 000A"), {5}, {}, "exception code:0x02"},
-        ReadCase{"wrong_function", words("HR", 99, 1), {readReply(1, 4, "0001")},
-                 withCrc("0103 0063 0001"), {5}, {}, "invalid response"},
         ReadCase{"rest_one_byte_short", words("HR", 99, 10),
                  {readReply(1, 3, TenRegisters).left(24)}, withCrc("0103 0063 000A"), {5, 20}, {},
                  "packet loss"},
@@ -152,33 +141,7 @@ INSTANTIATE_TEST_SUITE_P(
                  withCrc("0103 0000 0002"), {5, 4}, {}, "packet loss"}),
     readCaseName);
 
-TEST(RegisterReadOrder, StationThenOptionThenSendThenTwoReceives)
-{
-    TestableDriver driver;
-    ScriptedPort port;
-    port.queueBytes(readReply(1, 3, "0001"));
-    driver.readWords(&port, "HR", 0, 1);
-
-    using C = ScriptedPort::Call;
-    EXPECT_EQ(port.callSequence(),
-              (QList<C>{C::GetStationId, C::SetOption, C::Send, C::Receive, C::Receive}));
-    const ScriptedPort::Event& option = port.events().at(1);
-    EXPECT_EQ(option.optionCode, 12);
-    EXPECT_EQ(option.optionValue.userType(), QMetaType::Int);
-    EXPECT_EQ(option.optionValue.toInt(), 0);
-}
-
-TEST(RegisterReadOrder, ExplicitStationNeverAsksThePort)
-{
-    TestableDriver driver;
-    ScriptedPort port;
-    port.queueBytes(readReply(9, 3, "0001"));
-    driver.readWords(&port, "HR", 0, 1, 9);
-    EXPECT_EQ(port.count(ScriptedPort::Call::GetStationId), 0);
-    EXPECT_FALSE(driver.hasError());
-}
-
-TEST(RegisterReadOrder, ReceiveBufferIsZeroedBeforeEachTransaction)
+TEST(RegisterReads, ReceiveBufferIsZeroedBeforeEachTransaction)
 {
     // A port that reports bytes without writing them shows what the buffer held:
     // zeros, not the previous reply.
