@@ -152,12 +152,15 @@ TEST(WriteRetries, RefusedAreaIsRetriedButAnUnsupportedTypeIsNot)
 }
 
 struct SuffixCase {
+    const char* name;
     int dataType;
     int count;
     const char* address;
     int station;
     const char* error;
 };
+
+void PrintTo(const SuffixCase& c, std::ostream* os) { *os << c.name; }
 
 class WriteDescriptions : public testing::TestWithParam<SuffixCase> {};
 
@@ -175,13 +178,15 @@ TEST_P(WriteDescriptions, NameCountStationAndAddress)
 
 INSTANTIATE_TEST_SUITE_P(
     Suffixes, WriteDescriptions,
-    testing::Values(SuffixCase{Bit, 4, "HR100.3", 1, "PLC no response (write 4 bit to 1-HR100.3)"},
-                    SuffixCase{Byte, 4, "HR100", 7, "PLC no response (write 4 byte to 7-HR100)"},
-                    SuffixCase{Word, -3, "FN6HR100", 255, "PLC no response (write -3 word to 255-FN6HR100)"},
-                    SuffixCase{DoubleWord, 1, "HR100SW", 1, "PLC no response (write 1 dword to 1-HR100SW)"},
-                    SuffixCase{Block, 4, "HR100", 1, "PLC no response"},
-                    SuffixCase{BitBlock, 2, "DO1", 1, "PLC no response"},
-                    SuffixCase{Word, 2, "HR100", 300, "invalid slave id:300 (write 2 word to 44-HR100)"}));
+    testing::Values(SuffixCase{"bit", Bit, 4, "HR100.3", 1, "PLC no response (write 4 bit to 1-HR100.3)"},
+                    SuffixCase{"byte", Byte, 4, "HR100", 7, "PLC no response (write 4 byte to 7-HR100)"},
+                    SuffixCase{"word_count_as_given", Word, -3, "FN6HR100", 255,
+                               "PLC no response (write -3 word to 255-FN6HR100)"},
+                    SuffixCase{"dword", DoubleWord, 1, "HR100SW", 1, "PLC no response (write 1 dword to 1-HR100SW)"},
+                    SuffixCase{"block_none", Block, 4, "HR100", 1, "PLC no response"},
+                    SuffixCase{"bitblock_none", BitBlock, 2, "DO1", 1, "PLC no response"},
+                    SuffixCase{"station_low_8_bits", Word, 2, "HR100", 300,
+                               "invalid slave id:300 (write 2 word to 44-HR100)"}));
 
 TEST(WriteDescriptions, UseTheStationThePortReportsWhenTheLoopEnds)
 {
