@@ -3,7 +3,6 @@
 #include "teco_servo/driver_teco_servo.h"
 #include "teco_servo/modbus_address.h"
 #include "teco_servo/special_registers.h"
-#include "tools/timing.h"
 
 namespace {
 
@@ -69,9 +68,7 @@ QByteArray DriverTecoServo::read(AbstractDeviceInterface* port, const Communicat
 
     QByteArray result;
     for (int attempt = 0;; ++attempt) {
-        const int delay = port->getDelay();
-        if (delay > 0)
-            HRSleep(static_cast<unsigned long>(delay));
+        pauseForPortDelay(port);
         clearError();
         if (!isSupported(command.dataType)) {
             setCommError(QStringLiteral("unsupported data type: ") + command.deviceAddress);
