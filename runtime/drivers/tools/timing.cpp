@@ -7,6 +7,8 @@
 
 void HRSleep(unsigned long milliseconds)
 {
+    if (milliseconds == 0)
+        return; // even a zero nanosleep costs the kernel's timer slack
     timespec request;
     request.tv_sec = static_cast<time_t>(milliseconds / 1000);
     request.tv_nsec = static_cast<long>((milliseconds % 1000) * 1000000UL);
