@@ -6,7 +6,6 @@
 #include <QByteArray>
 #include <chrono>
 #include <fcntl.h>
-#include <poll.h>
 #include <stdlib.h>
 #include <string>
 #include <unistd.h>
@@ -19,10 +18,7 @@ inline long long msSince(Clock::time_point start)
 }
 
 // Bytes as tests spell them: "01 03 0a".
-inline std::string hex(const QByteArray& bytes)
-{
-    return bytes.toHex(' ').toStdString();
-}
+inline std::string hex(const QByteArray& bytes) { return bytes.toHex(' ').toStdString(); }
 
 inline SerialPortOptions portOptions(const std::string& device, int timeoutMs)
 {
@@ -33,8 +29,7 @@ inline SerialPortOptions portOptions(const std::string& device, int timeoutMs)
     return options;
 }
 
-// A bare pseudo-terminal: the port under test opens path(), the test plays the
-// other end with raw bytes.
+// A bare pseudo-terminal: the port under test opens path(), the test sends raw bytes.
 class PtyPair {
 public:
     PtyPair() : fd(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC))
@@ -43,11 +38,7 @@ public:
         if (fd >= 0 && grantpt(fd) == 0 && unlockpt(fd) == 0 && ptsname_r(fd, name, sizeof name) == 0)
             slavePath = name;
     }
-    ~PtyPair()
-    {
-        if (fd >= 0)
-            close(fd);
-    }
+    ~PtyPair() { close(fd); }
     PtyPair(const PtyPair&) = delete;
     PtyPair& operator=(const PtyPair&) = delete;
 
@@ -56,22 +47,6 @@ public:
     {
         const QByteArray bytes = QByteArray::fromHex(hexBytes);
         return write(fd, bytes.constData(), bytes.size()) == bytes.size();
-    }
-    // Collects bytes until `count` arrived or `timeoutMs` passed.
-    QByteArray take(int count, int timeoutMs)
-    {
-        QByteArray got;
-        const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
-        char chunk[512];
-        pollfd in = {fd, POLLIN, 0};
-        while (got.size() < count && Clock::now() < deadline
-               && poll(&in, 1, static_cast<int>(-msSince(deadline))) > 0) {
-            const ssize_t n = read(fd, chunk, std::min<size_t>(sizeof chunk, count - got.size()));
-            if (n <= 0)
-                break;
-            got.append(chunk, static_cast<int>(n));
-        }
-        return got;
     }
 
 private:
