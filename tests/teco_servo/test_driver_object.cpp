@@ -9,13 +9,11 @@
 TEST(DriverObject, ReportsItsIdentityLimitsAndNewDefaultRecords)
 {
     DriverTecoServo driver;
-    EXPECT_EQ(driver.name(), QStringLiteral("Teco Servo"));
-    EXPECT_EQ(driver.vender(), QStringLiteral("Modbus"));
-    EXPECT_EQ(driver.getVersionNumber(), QStringLiteral("1.0.0"));
-    EXPECT_EQ(driver.totalSize(), 278528);
-    EXPECT_EQ(driver.supportedCommunicationFlags(), 16 | 32 | 64);
-    EXPECT_EQ(driver.getBlockAccessSize(), 125);
-    EXPECT_EQ(driver.getBitBlockAccessSize(), 2008);
+    EXPECT_EQ(std::make_tuple(driver.name(), driver.vender(), driver.getVersionNumber()),
+              std::make_tuple(QStringLiteral("Teco Servo"), QStringLiteral("Modbus"), QStringLiteral("1.0.0")));
+    EXPECT_EQ(std::make_tuple(driver.totalSize(), driver.supportedCommunicationFlags(), driver.getBlockAccessSize(),
+                              driver.getBitBlockAccessSize()),
+              std::make_tuple(278528, 16 | 32 | 64, 125, 2008));
     EXPECT_EQ(driver.getStringBasedDefaultDriverSetting(), QStringLiteral("RS485,9600,NONE,8,2"));
     EXPECT_EQ(driver.validation(QString()), 0);
 

@@ -50,16 +50,11 @@ TEST(ModbusCrc, CheckComparesTheLastTwoBytes)
 TEST(FirstFiveBytes, ArePassedOrRefusedWithTheirMessage)
 {
     const struct { unsigned char function; int received; const char* bytes; const char* message; } replies[] = {
-        {3, 0, "", "PLC no response"},
-        {3, -1, "", "PLC no response"},
-        {3, 3, "010314", "received bytes < 5"},
-        {3, 6, "010314000A00", "received bytes < 5"},
-        {3, 5, "020314000A", "invalid slave id:2"},
-        {3, 5, "018302C0F1", "exception code:0x02"},
-        {3, 5, "01830B00F7", "exception code:0x0B"},
-        {16, 5, "0190044DC3", "exception code:0x04"},
-        {3, 5, "0183020000", "CRC error"},
-        {3, 5, "010414000A", "invalid response"},
+        {3, 0, "", "PLC no response"},                   {3, -1, "", "PLC no response"},
+        {3, 3, "010314", "received bytes < 5"},          {3, 6, "010314000A00", "received bytes < 5"},
+        {3, 5, "020314000A", "invalid slave id:2"},      {3, 5, "018302C0F1", "exception code:0x02"},
+        {3, 5, "01830B00F7", "exception code:0x0B"},     {16, 5, "0190044DC3", "exception code:0x04"},
+        {3, 5, "0183020000", "CRC error"},               {3, 5, "010414000A", "invalid response"},
         {3, 5, "010314000A", ""}};
     for (const auto& r : replies) {
         const QByteArray buffer = hex(r.bytes) + QByteArray(8, '\0');
