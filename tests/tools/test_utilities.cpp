@@ -4,13 +4,12 @@
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
 #include "tools/command_helpers.h"
 #include "tools/text_utilities.h"
 #include "tools/timing.h"
 #include "tools_test_support.h"
 
-TEST(HRSleep, TimerSignalsDoNotShortenTheSleep)
+TEST(Timing, SleepClockAndProcesses)
 {
     static volatile sig_atomic_t alarms = 0;
     struct sigaction action = {}, previous = {};
@@ -25,56 +24,36 @@ TEST(HRSleep, TimerSignalsDoNotShortenTheSleep)
     sigaction(SIGALRM, &previous, nullptr);
     EXPECT_GE(alarms, 10);
     EXPECT_GE(elapsed, 1010);
-}
-
-TEST(CurrentMSecsSinceBoot, FollowsTheMonotonicClock)
-{
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
-    const long long first = CurrentMSecsSinceBoot();
-    const long long lag = first - (now.tv_sec * 1000LL + now.tv_nsec / 1000000);
+    const long long first = CurrentMSecsSinceBoot(), lag = first - (now.tv_sec * 1000LL + now.tv_nsec / 1000000);
     EXPECT_TRUE(lag >= 0 && lag <= 5) << lag;
     HRSleep(20);
     EXPECT_GE(CurrentMSecsSinceBoot() - first, 20);
-}
-
-TEST(ProcessIsRunning, OurselvesButNotAReapedChild)
-{
     EXPECT_TRUE(ProcessIsRunning(getpid()));
     const pid_t child = fork();
     if (child == 0)
         _exit(0);
     ASSERT_GT(child, 0);
     waitpid(child, nullptr, 0);
-    EXPECT_FALSE(ProcessIsRunning(child));
-    EXPECT_FALSE(ProcessIsRunning(0)); // a process group, not a process
+    EXPECT_FALSE(ProcessIsRunning(child) || ProcessIsRunning(0)); // 0 names a process group, not a process
 }
 
-TEST(TextUtilities, HexToUInt)
+TEST(TextUtilities, NumbersPrefixesAndDumps)
 {
-    const struct { const char* text; int length; unsigned int value; } cases[] = {
-        {"1F", 2, 31},     {"0x1F", 4, 31}, {"0X1f", 4, 31}, {"ff", 2, 255}, {"1G", 2, 0},   {"1234", 2, 0x12},
-        {"12", 5, 0x12},   {"0", 1, 0},     {"0x", 2, 0},    {"0012", 4, 0x12}, {"0x1F", 3, 1}, {"AB", 0, 0},
-        {"123456789", 9, 0x23456789u},      {nullptr, 4, 0},
-    };
-    for (const auto& c : cases)
+    const struct { const char* text; int length; unsigned int value; } hexTexts[] = {
+        {"1F", 2, 31},   {"0x1F", 4, 31}, {"0X1f", 4, 31}, {"ff", 2, 255},    {"1G", 2, 0},   {"1234", 2, 0x12},
+        {"12", 5, 0x12}, {"0", 1, 0},     {"0x", 2, 0},    {"0012", 4, 0x12}, {"0x1F", 3, 1}, {"AB", 0, 0},
+        {"123456789", 9, 0x23456789u},    {nullptr, 4, 0}};
+    for (const auto& c : hexTexts)
         EXPECT_EQ(HexToUInt(c.text, c.length), c.value) << (c.text ? c.text : "null") << " length " << c.length;
-}
-
-TEST(TextUtilities, ExtractPLCDeviceAddress)
-{
-    const struct { const char* text; int base; int address; } cases[] = {
+    const struct { const char* text; int base; int address; } addresses[] = {
         {"HR100", 10, 100}, {"HR100.3", 10, 0}, {"HR", 10, 0},    {"X1F", 16, 31},  {"D100", 16, 53504},
-        {"Y17", 8, 15},     {"Y18", 8, 0},      {"HR100", 2, -1}, {"HR100", 0, -1},
-    };
-    for (const auto& c : cases) {
+        {"Y17", 8, 15},     {"Y18", 8, 0},      {"HR100", 2, -1}, {"HR100", 0, -1}};
+    for (const auto& c : addresses) {
         EXPECT_EQ(ExtractPLCDeviceAddress(QByteArray(c.text), c.base), c.address) << c.text << " base " << c.base;
         EXPECT_EQ(ExtractPLCDeviceAddress(QString::fromLatin1(c.text), c.base), c.address) << c.text;
     }
-}
-
-TEST(TextUtilities, ExtractPrefixSymbolAndDump)
-{
     const struct { const char* text; const char* prefix; } prefixes[] = {
         {"HR100", "HR"}, {"FN6HR100", "FN"}, {"_AB1", "_AB"}, {"1HR", ""}, {"", ""}};
     for (const auto& c : prefixes) {
@@ -82,7 +61,8 @@ TEST(TextUtilities, ExtractPrefixSymbolAndDump)
         EXPECT_EQ(ExtractPrefixSymbol(QByteArray(c.text)), QByteArray(c.prefix)) << c.text;
     }
     const struct { const char* bytes; const char* text; } dumps[] = {
-        {"", "() : "}, {"3a3031", "(0X3a 0X30 0X31 ) : :01"}, {"0a", "(0Xa ) : \n"}, {"4100ff", "(0X41 0X0 0Xff ) : A"}};
+        {"", "() : "}, {"3a3031", "(0X3a 0X30 0X31 ) : :01"}, {"0a", "(0Xa ) : \n"},
+        {"4100ff", "(0X41 0X0 0Xff ) : A"}};
     for (const auto& c : dumps)
         EXPECT_EQ(dumpByteArray(hex(c.bytes)).toStdString(), c.text) << c.bytes;
 }
@@ -90,9 +70,8 @@ TEST(TextUtilities, ExtractPrefixSymbolAndDump)
 TEST(CommandHelpers, SafeDataLengthAndData)
 {
     const struct { int dataType; int count; int length; } cases[] = {
-        {Bit, 0, 0},  {Bit, 1, 1},   {Bit, 8, 1},         {Bit, 9, 2},       {BitBlock, 16, 2}, {Byte, 7, 7}, {Block, 5, 5},
-        {Word, 3, 6}, {Word, -4, 0}, {DoubleWord, 3, 12}, {QuadWord, 3, 24}, {7, 10, 0},        {-1, 10, 0},
-    };
+        {Bit, 0, 0},   {Bit, 1, 1},  {Bit, 8, 1},   {Bit, 9, 2},         {BitBlock, 16, 2}, {Byte, 7, 7},
+        {Block, 5, 5}, {Word, 3, 6}, {Word, -4, 0}, {DoubleWord, 3, 12}, {QuadWord, 3, 24}, {7, 10, 0}};
     for (const auto& c : cases)
         EXPECT_EQ(GetSafeDataLen(CommunicatorCommand(c.dataType, c.count, "HR1")), c.length)
             << "type " << c.dataType << " count " << c.count;
@@ -100,7 +79,5 @@ TEST(CommandHelpers, SafeDataLengthAndData)
     EXPECT_EQ(hexOf(ToSafeData(threeWords, hex("01020304"))), "010203040000");
     EXPECT_EQ(hexOf(ToSafeData(threeWords, hex("0102030405060708090a"))), "010203040506");
     EXPECT_FALSE(isBitCommand(CommunicatorCommand(BitBlock, 1, {})));
-    EXPECT_TRUE(getBitData(hex("0300")));
-    EXPECT_FALSE(getBitData(hex("02")));
-    EXPECT_FALSE(getBitData(QByteArray()));
+    EXPECT_TRUE(getBitData(hex("0300")) && !getBitData(hex("02")) && !getBitData(QByteArray()));
 }
