@@ -49,8 +49,6 @@ TEST(Checksums, CheckValuesAndTableEntries)
     for (int n : {0, -1, INT_MIN})
         EXPECT_EQ(UInt8CheckSum(kDigits, n) + UShortCheckSum(kDigits, n) + XorUInt8CheckSum(kDigits, n) +
                       CRC16Calculate(kDigits, n), 0) << "length " << n;
-    const std::vector<unsigned char> ones(300, 0xFF);
-    EXPECT_EQ(UShortCheckSum(ones.data(), 300), 300 * 255 - 65536);
 }
 
 // Run alone, as CTest runs every test, this is the very first use of every table.

@@ -94,6 +94,9 @@ TEST(SettingsStream, DefaultRecordsStreamedAndDumped)
     EXPECT_EQ(readInto(streamed(original), copy), QDataStream::Ok);
     EXPECT_EQ(hexOf(streamed(copy)), hexOf(streamed(original)));
     EXPECT_EQ(copy.extraString, QStringLiteral("kept"));
+    original.currentIPIndex = 5; // names no entry of the list read back: the reader keeps its own index
+    readInto(streamed(original), copy);
+    EXPECT_EQ(copy.currentIPIndex, 2);
     EXPECT_EQ(dumpOf([] { freshPort().dump(); }), "type: 16 string: \"COM2\" baudrate: 9600 databits: 8 stopbits: 0 "
                                                   "parity: 2 linkID: -1 current ip: \"\" current port: 0 ");
     EXPECT_TRUE(dumpOf([] { threeEndpoints().dump(); }).endsWith("current ip: \"10.0.0.2\" current port: 503 "));

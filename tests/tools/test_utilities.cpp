@@ -27,7 +27,7 @@ TEST(Timing, SleepClockAndProcesses)
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
     const long long first = CurrentMSecsSinceBoot(), lag = first - (now.tv_sec * 1000LL + now.tv_nsec / 1000000);
-    EXPECT_TRUE(lag >= 0 && lag <= 5) << lag;
+    EXPECT_TRUE(lag >= 0 && lag <= 50) << lag; // a clock in other units would be far off
     HRSleep(20);
     EXPECT_GE(CurrentMSecsSinceBoot() - first, 20);
     EXPECT_TRUE(ProcessIsRunning(getpid()));
