@@ -28,7 +28,7 @@ const char* const GeneralHelp =
     "\n"
     "'drvctl COMMAND --help' lists the options of a command.\n";
 
-struct CommandSpec {
+struct CommandDefinition {
     const char* name;
     const char* synopsis;
     const char* description;
@@ -36,7 +36,7 @@ struct CommandSpec {
     bool readsValues;
 };
 
-const CommandSpec Commands[] = {
+const CommandDefinition Commands[] = {
     {"info", "", "Prints the driver's identity, flags, block sizes and default settings.", false, false},
     {"read", "ADDRESS", "Reads --count values of --type from ADDRESS (e.g. HR100, DO5, HR100.3, HR200SW).", true, true},
     {"write", "ADDRESS VALUE...", "Writes the values to ADDRESS, one element each. Put -- before negative values.",
@@ -58,12 +58,12 @@ bool parseInt(const QString& text, int low, int high, int* value)
     return true;
 }
 
-QString commandHelp(const CommandSpec& spec, const QCommandLineParser& parser)
+QString commandHelp(const CommandDefinition& definition, const QCommandLineParser& parser)
 {
     QString help = parser.helpText();
     // Qt prints its own "Usage:" line with the program's path; ours names the command.
     help.replace(QRegularExpression(QStringLiteral("^Usage: [^\\n]*")),
-                 QStringLiteral("Usage: drvctl %1 [options] %2").arg(QLatin1String(spec.name), QLatin1String(spec.synopsis)));
+                 QStringLiteral("Usage: drvctl %1 [options] %2").arg(QLatin1String(definition.name), QLatin1String(definition.synopsis)));
     return help + QLatin1Char('\n') + QLatin1String(ExitCodesText);
 }
 
@@ -77,18 +77,18 @@ ParseOutcome parseCommandLine(const QStringList& arguments, Invocation* invocati
         *text = QLatin1String(GeneralHelp) + QLatin1Char('\n') + QLatin1String(ExitCodesText);
         return command.isEmpty() ? ParseOutcome::Error : ParseOutcome::Help;
     }
-    const CommandSpec* spec = nullptr;
-    for (const CommandSpec& candidate : Commands)
+    const CommandDefinition* definition = nullptr;
+    for (const CommandDefinition& candidate : Commands)
         if (command == QLatin1String(candidate.name))
-            spec = &candidate;
-    if (spec == nullptr) {
+            definition = &candidate;
+    if (definition == nullptr) {
         *text = QStringLiteral("unknown command: %1").arg(command);
         return ParseOutcome::Error;
     }
     invocation->command = command; // known from here on, so errors can point to its help
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QLatin1String(spec->description));
+    parser.setApplicationDescription(QLatin1String(definition->description));
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help."));
     const QCommandLineOption plugin(QStringLiteral("plugin"), QStringLiteral("Driver plug-in to load (also DRVCTL_PLUGIN)."), QStringLiteral("path"));
@@ -117,22 +117,22 @@ ParseOutcome parseCommandLine(const QStringList& arguments, Invocation* invocati
     };
     add(help);
     add(json);
-    if (QLatin1String(spec->name) != QLatin1String("simulate"))
+    if (QLatin1String(definition->name) != QLatin1String("simulate"))
         add(plugin);
-    if (spec->talksToServos) {
+    if (definition->talksToServos) {
         for (const QCommandLineOption* o : {&device, &line, &station, &retry, &delay, &timeout, &trace, &echo, &noGap, &rs485})
             add(*o);
     }
-    if (spec->readsValues) {
+    if (definition->readsValues) {
         add(type);
         add(count);
         add(hex);
-    } else if (QLatin1String(spec->name) == QLatin1String("write")) {
+    } else if (QLatin1String(definition->name) == QLatin1String("write")) {
         add(type);
     }
-    if (QLatin1String(spec->name) == QLatin1String("poll"))
+    if (QLatin1String(definition->name) == QLatin1String("poll"))
         add(interval);
-    if (spec->talksToServos || QLatin1String(spec->name) == QLatin1String("simulate")) {
+    if (definition->talksToServos || QLatin1String(definition->name) == QLatin1String("simulate")) {
         add(stations);
         add(lineEcho);
     }
@@ -144,7 +144,7 @@ ParseOutcome parseCommandLine(const QStringList& arguments, Invocation* invocati
         return ParseOutcome::Error;
     }
     if (parser.isSet(help)) {
-        *text = commandHelp(*spec, parser);
+        *text = commandHelp(*definition, parser);
         return ParseOutcome::Help;
     }
 
@@ -205,10 +205,10 @@ ParseOutcome parseCommandLine(const QStringList& arguments, Invocation* invocati
                            || command == QLatin1String("shell");
     if ((wantsOne && given != 1) || (wantsNone && given != 0) || (command == QLatin1String("write") && given < 2)
         || (command == QLatin1String("poll") && given < 1)) {
-        *text = QStringLiteral("%1 takes %2").arg(command, spec->synopsis[0] ? QLatin1String(spec->synopsis) : QStringLiteral("no arguments"));
+        *text = QStringLiteral("%1 takes %2").arg(command, definition->synopsis[0] ? QLatin1String(definition->synopsis) : QStringLiteral("no arguments"));
         return ParseOutcome::Error;
     }
-    if (spec->talksToServos) {
+    if (definition->talksToServos) {
         const int addresses = command == QLatin1String("write") ? std::min(1, given) : given;
         for (int i = 0; i < addresses; ++i)
             if (!checkAddress(result.arguments[i], text))
