@@ -1,6 +1,6 @@
 #include "teco_servo/driver_teco_servo.h"
 
-#include "teco_servo/special_registers.h"
+#include "teco_servo/driver_side_registers.h"
 #include "tools/device_setting.h"
 #include "tools/driver_setting.h"
 

@@ -163,6 +163,14 @@ protected:
                            const QByteArray& image, int station, bool pauseBetween);
     // Sleeps the port's delay (before attempts, between stations and steps).
     static void pauseForPortDelay(AbstractDeviceInterface* port);
+
+    // Dispatch helpers
+    // The attempts of one host command, shared by read() and write(): before each
+    // the port's delay and a cleared error, then attempt(); repeated while it
+    // fails and the port's retry count allows. False, after one attempt's delay
+    // and "unsupported data type: ", for a type that has no operation.
+    template <typename Attempt>
+    bool runAttempts(AbstractDeviceInterface* port, const CommunicatorCommand& command, Attempt attempt);
     // The special word and bit writes with function 16 or with function 6 for
     // the servos of the station list.
     enum WriteFunction { WithFN16, WithFN6 };
@@ -171,7 +179,7 @@ protected:
     bool writeSpecialBit(AbstractDeviceInterface* port, unsigned short address, unsigned char bit,
                          const QByteArray& data, int& progress, WriteFunction function);
     // The fan-out of the special writes to the listed stations (defined and used
-    // in special_register_writes.cpp).
+    // in driver_side_register_writes.cpp).
     template <typename WriteStation>
     bool writeListedStations(AbstractDeviceInterface* port, int& progress, WriteStation writeStation);
 

@@ -1,8 +1,9 @@
 // The driver's read(): parse the address once, then attempts with the port's
 // delay and retry count, each routed to one read operation.
+#include "teco_servo/command_attempts.h"
 #include "teco_servo/driver_teco_servo.h"
 #include "teco_servo/modbus_address.h"
-#include "teco_servo/special_registers.h"
+#include "teco_servo/driver_side_registers.h"
 
 namespace {
 
@@ -15,19 +16,6 @@ struct ParsedAddress {
 bool isBitArea(const QByteArray& prefix)
 {
     return isCoilArea(prefix) || prefixBeginsWith(prefix, "DI");
-}
-
-bool isSupported(int dataType)
-{
-    switch (dataType) {
-    case Bit:
-    case BitBlock:
-    case Byte:
-    case Block:
-    case Word:
-    case DoubleWord: return true;
-    default: return false;
-    }
 }
 
 // One attempt: exactly one read operation, chosen by data type and area.
@@ -67,17 +55,8 @@ QByteArray DriverTecoServo::read(AbstractDeviceInterface* port, const Communicat
     ModbusRTUSlaveParseAddress(command.deviceAddress, at.prefix, at.address, at.bit);
 
     QByteArray result;
-    for (int attempt = 0;; ++attempt) {
-        pauseForPortDelay(port);
-        clearError();
-        if (!isSupported(command.dataType)) {
-            setCommError(QStringLiteral("unsupported data type: ") + command.deviceAddress);
-            return QByteArray();
-        }
-        result = readOnce(*this, port, command, at);
-        if (!hasError() || attempt >= port->getRetry())
-            break;
-    }
+    if (!runAttempts(port, command, [&] { result = readOnce(*this, port, command, at); }))
+        return QByteArray();
     if (hasError())
         appendCmdToReadCommError(static_cast<unsigned char>(port->getStationId()), command);
     return result;

@@ -1,9 +1,10 @@
 // The driver's write: the address is parsed once, then every attempt sleeps the
 // port's delay and hands the command to exactly one write operation, until one
 // succeeds or the port's retry count is used up.
+#include "teco_servo/command_attempts.h"
 #include "teco_servo/driver_teco_servo.h"
 #include "teco_servo/modbus_address.h"
-#include "teco_servo/special_registers.h"
+#include "teco_servo/driver_side_registers.h"
 #include "tools/timing.h"
 
 namespace {
@@ -89,16 +90,11 @@ bool routeWrite(DriverTecoServo& driver, const WriteTarget& target)
     }
 }
 
-bool isWritableType(int dataType)
-{
-    return dataType >= Bit && dataType <= BitBlock && dataType != QuadWord;
-}
-
 } // namespace
 
 void DriverTecoServo::pauseForPortDelay(AbstractDeviceInterface* port)
 {
-    // Even a sleep of 0 ms costs the kernel's timer slack (about 50 µs a call).
+    // A negative delay from the port means no pause, not a huge unsigned one.
     const int delay = port->getDelay();
     if (delay > 0)
         HRSleep(static_cast<unsigned long>(delay));
@@ -121,17 +117,8 @@ bool DriverTecoServo::write(AbstractDeviceInterface* port, const CommunicatorCom
     int progress = 0;
     const WriteTarget target{port, command, data, prefix, address, bit, progress};
     bool result = false;
-    for (int attempt = 0;; ++attempt) {
-        pauseForPortDelay(port);
-        clearError();
-        if (!isWritableType(command.dataType)) {
-            setCommError(QStringLiteral("unsupported data type: ") + command.deviceAddress);
-            return false;
-        }
-        result = routeWrite(*this, target);
-        if (!hasError() || attempt >= port->getRetry())
-            break;
-    }
+    if (!runAttempts(port, command, [&] { result = routeWrite(*this, target); }))
+        return false;
     if (hasError())
         appendCmdToWriteCommError(static_cast<unsigned char>(port->getStationId() & 0xFF), command);
     return result;

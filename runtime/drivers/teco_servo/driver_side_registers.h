@@ -1,5 +1,5 @@
-#ifndef SPECIAL_REGISTERS_H
-#define SPECIAL_REGISTERS_H
+#ifndef DRIVER_SIDE_REGISTERS_H
+#define DRIVER_SIDE_REGISTERS_H
 
 // Eleven driver-side registers behind HR60000..HR60010 (zero-based 59999..60009):
 // entry 0 the number of stations in the station list, entries 1..8 their slave

@@ -1,6 +1,6 @@
 // Reads of the driver-side registers behind HR60000..HR60010.
 #include "teco_servo/driver_teco_servo.h"
-#include "teco_servo/special_registers.h"
+#include "teco_servo/driver_side_registers.h"
 #include "tools/byte_order.h"
 
 QByteArray DriverTecoServo::readSpecialHRWords(AbstractDeviceInterface* port, unsigned short address,

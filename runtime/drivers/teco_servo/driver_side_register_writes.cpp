@@ -3,7 +3,7 @@
 // register 1299 of every servo of the station list and is stored once all of
 // them acknowledged.
 #include "teco_servo/driver_teco_servo.h"
-#include "teco_servo/special_registers.h"
+#include "teco_servo/driver_side_registers.h"
 #include "tools/bit_array.h"
 
 using namespace SpecialRegisters;
