@@ -1,52 +1,20 @@
-// Command-line grammar of drvctl: one command first, then its options and arguments.
+// Command-line grammar of drvctl: one command first, then its options and
+// arguments. Each command's option parser is built once and kept, so that a
+// shell line costs one parse and no set-up.
+#include "drvctl/command_table.h"
+#include "drvctl/fault_switches.h"
 #include "drvctl/invocation.h"
 #include "drvctl/value_codec.h"
 
 #include <QCommandLineParser>
-#include <QRegularExpression>
-#include <algorithm>
+#include <memory>
+#include <vector>
 
 namespace {
 
 const char* const ExitCodesText =
     "Exit status: 0 success; 1 the driver reported a failure (its text is printed);\n"
     "2 bad command, option, address or value; 3 plug-in not loadable or device not openable.\n";
-
-const char* const GeneralHelp =
-    "Usage: drvctl COMMAND [options] [arguments]\n"
-    "Runs the Teco Servo driver plug-in against a serial line. Without --device it\n"
-    "starts a simulated line of servos 1, 2 and 3 and talks to that.\n"
-    "\n"
-    "Commands:\n"
-    "  info                     identity, flags, block sizes and default settings\n"
-    "  read ADDRESS             read values (--type, --count)\n"
-    "  write ADDRESS VALUE...   write values (decimal or 0x hex; bits 0/1)\n"
-    "  poll ADDRESS...          read again every --interval ms on one live line; Ctrl-C stops\n"
-    "  simulate                 run the simulated servo line and print its device path\n"
-    "  shell                    read info, read and write commands from stdin, one per line,\n"
-    "                           on one driver and one line (the station list lives in the driver)\n"
-    "\n"
-    "'drvctl COMMAND --help' lists the options of a command.\n";
-
-struct CommandDefinition {
-    const char* name;
-    const char* synopsis;
-    const char* description;
-    bool talksToServos;
-    bool readsValues;
-};
-
-const CommandDefinition Commands[] = {
-    {"info", "", "Prints the driver's identity, flags, block sizes and default settings.", false, false},
-    {"read", "ADDRESS", "Reads --count values of --type from ADDRESS (e.g. HR100, DO5, HR100.3, HR200SW).", true, true},
-    {"write", "ADDRESS VALUE...", "Writes the values to ADDRESS, one element each. Put -- before negative values.",
-     true, false},
-    {"poll", "ADDRESS...", "Reads every address again every --interval ms on one line until Ctrl-C.", true, true},
-    {"simulate", "", "Runs the simulated servo line until Ctrl-C; the first line printed is its device path.",
-     false, false},
-    {"shell", "", "Runs info, read and write commands from stdin, one per line (# starts a comment), on one "
-                  "driver and one line; options on a line apply to that line only.", true, false},
-};
 
 bool parseInt(const QString& text, int low, int high, int* value)
 {
@@ -58,162 +26,290 @@ bool parseInt(const QString& text, int low, int high, int* value)
     return true;
 }
 
-QString commandHelp(const CommandDefinition& definition, const QCommandLineParser& parser)
+bool setNumber(const QString& name, const QString& text, int low, int high, int* target, QString* error)
 {
+    if (parseInt(text, low, high, target))
+        return true;
+    *error = QStringLiteral("bad value for --%1: %2 (%3 to %4)").arg(name, text).arg(low).arg(high);
+    return false;
+}
+
+// "1,2,5-9": ids from 1 to 247.
+bool parseIdList(const QString& text, QList<int>* ids)
+{
+    QList<int> parsed;
+    for (const QString& part : text.split(QLatin1Char(','))) {
+        int first = 0, last = 0;
+        const QString from = part.section(QLatin1Char('-'), 0, 0).trimmed();
+        const QString to = part.contains(QLatin1Char('-')) ? part.section(QLatin1Char('-'), 1).trimmed() : from;
+        if (!parseInt(from, 1, 247, &first) || !parseInt(to, first, 247, &last))
+            return false;
+        for (int id = first; id <= last; ++id)
+            parsed << id;
+    }
+    *ids = parsed;
+    return true;
+}
+
+using Apply = bool (*)(const QString& name, const QString& value, Invocation*, QString* error);
+
+struct OptionSpec {
+    unsigned groups; // the option groups that offer it
+    const char* name;
+    const char* valueName; // nullptr: a switch
+    const char* description;
+    Apply apply;
+};
+
+const OptionSpec Options[] = {
+    {PluginOptions, "plugin", "path", "Driver plug-in to load (also DRVCTL_PLUGIN).",
+     [](const QString&, const QString& v, Invocation* i, QString*) { i->plugin = v; return true; }},
+    {DeviceOptions, "device", "path", "Serial device; without it a simulated line is started.",
+     [](const QString&, const QString& v, Invocation* i, QString*) { i->device = v; return true; }},
+    {DeviceOptions, "line", "settings", "TYPE,BAUD,PARITY,DATA,STOP (default: the driver's, RS485,9600,NONE,8,2).",
+     [](const QString&, const QString& v, Invocation* i, QString*) { i->line = v; return true; }},
+    {TransactionOptions, "station", "id", "Slave id, 0..255 (default: the driver's).",
+     [](const QString& n, const QString& v, Invocation* i, QString* e) { return setNumber(n, v, 0, 255, &i->station, e); }},
+    {TransactionOptions, "retry", "n", "Retries after a failed attempt, 0..100 (scan: 0).",
+     [](const QString& n, const QString& v, Invocation* i, QString* e) { return setNumber(n, v, 0, 100, &i->retry, e); }},
+    {TransactionOptions, "delay", "ms", "Pause before each attempt, 0..60000 ms.",
+     [](const QString& n, const QString& v, Invocation* i, QString* e) { return setNumber(n, v, 0, 60000, &i->delay, e); }},
+    {TransactionOptions, "timeout", "ms", "Receive time-out, 1..60000 ms (scan: 100).",
+     [](const QString& n, const QString& v, Invocation* i, QString* e) { return setNumber(n, v, 1, 60000, &i->timeout, e); }},
+    {LinkOptions, "trace", nullptr, "Print every frame sent and received to stderr.",
+     [](const QString&, const QString&, Invocation* i, QString*) { i->trace = true; return true; }},
+    {LinkOptions | MonitorOptions, "pcap", "file", "Save every frame to FILE for Wireshark (classic pcap, link type 147).",
+     [](const QString&, const QString& v, Invocation* i, QString*) { i->pcapFile = v; return true; }},
+    {LinkOptions, "echo", "mode",
+     "Local echo of a 2-wire RS-485 adapter: auto (noticed and dropped), on (always dropped) or off. Default auto.",
+     [](const QString& n, const QString& v, Invocation* i, QString* e) {
+         if (v == QLatin1String("auto") || v == QLatin1String("on") || v == QLatin1String("off")) {
+             i->echo = v;
+             return true;
+         }
+         *e = QStringLiteral("bad value for --%1: %2 (auto, on or off)").arg(n, v);
+         return false;
+     }},
+    {LinkOptions, "no-gap", nullptr, "Do not keep 3.5 characters of silence before each request.",
+     [](const QString&, const QString&, Invocation* i, QString*) { i->gap = false; return true; }},
+    {LinkOptions, "rs485", nullptr, "Fail unless the kernel's RS-485 mode can be switched on.",
+     [](const QString&, const QString&, Invocation* i, QString*) { i->requireRs485 = true; return true; }},
+    {TypeOptions, "type", "type", "bit, byte, word, dword, block or bitblock (default: from the address).",
+     [](const QString& n, const QString& v, Invocation* i, QString* e) {
+         if (dataTypeFromName(v, &i->dataType))
+             return true;
+         *e = QStringLiteral("bad value for --%1: %2 (bit, byte, word, dword, block or bitblock)").arg(n, v);
+         return false;
+     }},
+    {ReadOptions, "count", "n", "Number of elements, 1..65536 (default 1).",
+     [](const QString& n, const QString& v, Invocation* i, QString* e) { return setNumber(n, v, 1, 65536, &i->count, e); }},
+    {PollOptions, "elements", "n", "Elements read from each address, 1..65536 (default 1).",
+     [](const QString& n, const QString& v, Invocation* i, QString* e) { return setNumber(n, v, 1, 65536, &i->count, e); }},
+    {ReadOptions | PollOptions, "hex", nullptr, "Show values in hex (text output only).",
+     [](const QString&, const QString&, Invocation* i, QString*) { i->hex = true; return true; }},
+    {PollOptions, "count", "n", "Stop after N rounds, 1..100000000 (default: at Ctrl-C).",
+     [](const QString& n, const QString& v, Invocation* i, QString* e) { return setNumber(n, v, 1, 100000000, &i->rounds, e); }},
+    {PollOptions, "interval", "ms", "Milliseconds between rounds, 10..3600000 (default 1000).",
+     [](const QString& n, const QString& v, Invocation* i, QString* e) { return setNumber(n, v, 10, 3600000, &i->intervalMs, e); }},
+    {ScanOptions, "ids", "list", "Station ids to probe, e.g. 1-10,20 (default 1-247).",
+     [](const QString& n, const QString& v, Invocation* i, QString* e) {
+         if (parseIdList(v, &i->scanIds))
+             return true;
+         *e = QStringLiteral("bad value for --%1: %2 (ids or ranges from 1 to 247, comma-separated)").arg(n, v);
+         return false;
+     }},
+    {ScanOptions, "lines", nullptr, "Try 9600..115200 baud, parity N/E/O and 1 or 2 stop bits, not only --line.",
+     [](const QString&, const QString&, Invocation* i, QString*) { i->scanLines = true; return true; }},
+    {ScanOptions, "probe", "address", "Read used as the probe (default HR1, which every servo has).",
+     [](const QString&, const QString& v, Invocation* i, QString* e) {
+         i->probe = v;
+         return checkAddress(v, e);
+     }},
+    {MonitorOptions, "raw", nullptr, "Show every frame's bytes in hex as well.",
+     [](const QString&, const QString&, Invocation* i, QString*) { i->raw = true; return true; }},
+    {SimulatedLineOptions, "stations", "list", "Station ids of the simulated line, e.g. 1,2,3 or 1-5.",
+     [](const QString& n, const QString& v, Invocation* i, QString* e) {
+         if (parseIdList(v, &i->stations))
+             return true;
+         *e = QStringLiteral("bad value for --%1: %2 (ids 1 to 247, comma-separated)").arg(n, v);
+         return false;
+     }},
+    {SimulatedLineOptions, "line-echo", nullptr, "The simulated line repeats every byte it hears.",
+     [](const QString&, const QString&, Invocation* i, QString*) { i->lineEchoes = true; return true; }},
+    {SimulatedLineOptions, "fault", "fault", "A simulated servo misbehaves: [STATION:]NAME[=VALUE] (list below).",
+     [](const QString&, const QString& v, Invocation* i, QString* e) {
+         FaultSwitch fault;
+         if (!parseFaultSwitch(v, &fault, e))
+             return false;
+         i->faults << fault;
+         return true;
+     }},
+    {SimulatedLineOptions, "motion", nullptr, "A few simulated registers move (a counter, a slow ramp).",
+     [](const QString&, const QString&, Invocation* i, QString*) { i->motion = true; return true; }},
+};
+
+// Options a shell line may not change: they belong to the shell's driver and line.
+constexpr unsigned WholeSessionOptions = PluginOptions | DeviceOptions | LinkOptions | SimulatedLineOptions;
+
+// One command's parser, built on first use and kept.
+struct CommandGrammar {
+    QCommandLineParser parser;
+    std::vector<std::pair<const OptionSpec*, QString>> options; // with the name to ask the parser for
+    QString help;
+};
+
+CommandGrammar* grammarFor(const CommandSpec& spec, bool shellLine)
+{
+    static std::vector<std::unique_ptr<CommandGrammar>> built;
+    int index = 0;
+    while (commandTable()[index].name != nullptr && &commandTable()[index] != &spec)
+        ++index;
+    const size_t slot = static_cast<size_t>(2 * index + (shellLine ? 1 : 0));
+    if (built.size() <= slot)
+        built.resize(slot + 1);
+    if (built[slot])
+        return built[slot].get();
+
+    auto grammar = std::make_unique<CommandGrammar>();
+    QCommandLineParser& parser = grammar->parser;
+    parser.setApplicationDescription(QLatin1String(spec.description));
+    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
+    parser.addOption(QCommandLineOption({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")));
+    if (!shellLine)
+        parser.addOption(QCommandLineOption(QStringLiteral("json"), QStringLiteral("One JSON object per result or failure, for scripts.")));
+    const unsigned groups = shellLine ? spec.options & ~WholeSessionOptions : spec.options;
+    for (const OptionSpec& option : Options) {
+        if ((option.groups & groups) == 0)
+            continue;
+        const QString name = QLatin1String(option.name);
+        parser.addOption(option.valueName ? QCommandLineOption(name, QLatin1String(option.description), QLatin1String(option.valueName))
+                                          : QCommandLineOption(name, QLatin1String(option.description)));
+        grammar->options.emplace_back(&option, name);
+    }
+    // Qt's own "Usage:" line names the program's path; ours names the command.
     QString help = parser.helpText();
-    // Qt prints its own "Usage:" line with the program's path; ours names the command.
-    help.replace(QRegularExpression(QStringLiteral("^Usage: [^\\n]*")),
-                 QStringLiteral("Usage: drvctl %1 [options] %2").arg(QLatin1String(definition.name), QLatin1String(definition.synopsis)));
-    return help + QLatin1Char('\n') + QLatin1String(ExitCodesText);
+    help = QStringLiteral("Usage: drvctl %1 [options] %2").arg(QLatin1String(spec.name), QLatin1String(spec.synopsis))
+           + help.mid(help.indexOf(QLatin1Char('\n')));
+    if (spec.options & SimulatedLineOptions)
+        help += QLatin1Char('\n') + faultSwitchHelp();
+    grammar->help = help + QLatin1Char('\n') + QLatin1String(ExitCodesText);
+    built[slot] = std::move(grammar);
+    return built[slot].get();
+}
+
+QString generalHelp()
+{
+    QString help = QStringLiteral(
+        "Usage: drvctl COMMAND [options] [arguments]\n"
+        "Runs the Teco Servo driver plug-in against a serial line. Without --device it\n"
+        "starts a simulated line of servos 1, 2 and 3 and talks to that.\n"
+        "\n"
+        "Commands:\n");
+    for (const CommandSpec* spec = commandTable(); spec->name != nullptr; ++spec) {
+        const QString head = QStringLiteral("%1 %2").arg(QLatin1String(spec->name), QLatin1String(spec->synopsis));
+        help += QStringLiteral("  %1 %2\n").arg(head, -24).arg(QLatin1String(spec->summary));
+    }
+    return help + QStringLiteral("\n'drvctl COMMAND --help' lists the options of a command; 'drvctl --version'\n"
+                                 "prints the versions.\n\n")
+           + QLatin1String(ExitCodesText);
+}
+
+// --json given before a "--"? Known even when the rest of the line is wrong.
+bool asksForJson(const QStringList& arguments)
+{
+    for (const QString& argument : arguments) {
+        if (argument == QLatin1String("--"))
+            return false;
+        if (argument == QLatin1String("--json") || argument == QLatin1String("-json"))
+            return true;
+    }
+    return false;
+}
+
+ParseOutcome parse(const QStringList& arguments, bool shellLine, Invocation* invocation, QString* text)
+{
+    if (!shellLine)
+        invocation->json = asksForJson(arguments);
+    const QString command = arguments.value(1);
+    if (command.isEmpty() || command == QLatin1String("--help") || command == QLatin1String("-h")
+        || command == QLatin1String("help")) {
+        *text = generalHelp();
+        return command.isEmpty() && !shellLine ? ParseOutcome::Error : ParseOutcome::Help;
+    }
+    const CommandSpec* spec = findCommand(command);
+    if (spec == nullptr) {
+        *text = QStringLiteral("unknown command: %1").arg(command);
+        return ParseOutcome::Error;
+    }
+    invocation->command = QLatin1String(spec->name); // known from here on, so errors can point to its help
+    if (shellLine && !spec->inShell) {
+        *text = QStringLiteral("%1 is not available in the shell").arg(command);
+        return ParseOutcome::Error;
+    }
+
+    CommandGrammar& grammar = *grammarFor(*spec, shellLine);
+    QStringList rest = arguments;
+    rest.removeAt(1);
+    if (!grammar.parser.parse(rest)) {
+        *text = grammar.parser.errorText();
+        return ParseOutcome::Error;
+    }
+    if (grammar.parser.isSet(QStringLiteral("help"))) {
+        *text = grammar.help;
+        return ParseOutcome::Help;
+    }
+
+    Invocation result;
+    result.command = invocation->command;
+    result.json = invocation->json;
+    result.arguments = grammar.parser.positionalArguments();
+    for (const auto& option : grammar.options) {
+        if (!grammar.parser.isSet(option.second))
+            continue;
+        const QStringList values = option.first->valueName ? grammar.parser.values(option.second) : QStringList{QString()};
+        for (const QString& value : values)
+            if (!option.first->apply(option.second, value, &result, text))
+                return ParseOutcome::Error;
+    }
+
+    const int given = result.arguments.size();
+    if (given < spec->minArguments || (spec->maxArguments >= 0 && given > spec->maxArguments)) {
+        *text = QStringLiteral("%1 takes %2").arg(command, spec->synopsis[0] ? QLatin1String(spec->synopsis) : QStringLiteral("no arguments"));
+        return ParseOutcome::Error;
+    }
+    const int addresses = spec->addressArguments < 0 ? given : std::min(spec->addressArguments, given);
+    for (int i = 0; i < addresses; ++i)
+        if (!checkAddress(result.arguments[i], text))
+            return ParseOutcome::Error;
+    *invocation = result;
+    return ParseOutcome::Run;
+}
+
+// White space separates words; no quoting, as no argument of drvctl holds a space.
+QStringList shellWords(const QString& line)
+{
+    QStringList words{QStringLiteral("drvctl")};
+    int start = -1;
+    for (int i = 0; i <= line.size(); ++i) {
+        const bool space = i == line.size() || line.at(i).isSpace();
+        if (space && start >= 0) {
+            words << line.mid(start, i - start);
+            start = -1;
+        } else if (!space && start < 0) {
+            start = i;
+        }
+    }
+    return words;
 }
 
 } // namespace
 
 ParseOutcome parseCommandLine(const QStringList& arguments, Invocation* invocation, QString* text)
 {
-    const QString command = arguments.value(1);
-    if (command.isEmpty() || command == QLatin1String("--help") || command == QLatin1String("-h")
-        || command == QLatin1String("help")) {
-        *text = QLatin1String(GeneralHelp) + QLatin1Char('\n') + QLatin1String(ExitCodesText);
-        return command.isEmpty() ? ParseOutcome::Error : ParseOutcome::Help;
-    }
-    const CommandDefinition* definition = nullptr;
-    for (const CommandDefinition& candidate : Commands)
-        if (command == QLatin1String(candidate.name))
-            definition = &candidate;
-    if (definition == nullptr) {
-        *text = QStringLiteral("unknown command: %1").arg(command);
-        return ParseOutcome::Error;
-    }
-    invocation->command = command; // known from here on, so errors can point to its help
+    return parse(arguments, false, invocation, text);
+}
 
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QLatin1String(definition->description));
-    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help."));
-    const QCommandLineOption plugin(QStringLiteral("plugin"), QStringLiteral("Driver plug-in to load (also DRVCTL_PLUGIN)."), QStringLiteral("path"));
-    const QCommandLineOption json(QStringLiteral("json"), QStringLiteral("One JSON object per result, for scripts."));
-    const QCommandLineOption device(QStringLiteral("device"), QStringLiteral("Serial device; without it a simulated line is started."), QStringLiteral("path"));
-    const QCommandLineOption line(QStringLiteral("line"), QStringLiteral("TYPE,BAUD,PARITY,DATA,STOP (default: the driver's, RS485,9600,NONE,8,2)."), QStringLiteral("settings"));
-    const QCommandLineOption station(QStringLiteral("station"), QStringLiteral("Slave id, 0..255 (default: the driver's)."), QStringLiteral("id"));
-    const QCommandLineOption retry(QStringLiteral("retry"), QStringLiteral("Retries after a failed attempt, 0..100."), QStringLiteral("n"));
-    const QCommandLineOption delay(QStringLiteral("delay"), QStringLiteral("Pause before each attempt, 0..60000 ms."), QStringLiteral("ms"));
-    const QCommandLineOption timeout(QStringLiteral("timeout"), QStringLiteral("Receive time-out, 1..60000 ms."), QStringLiteral("ms"));
-    const QCommandLineOption trace(QStringLiteral("trace"), QStringLiteral("Print every frame sent and received to stderr."));
-    const QCommandLineOption echo(QStringLiteral("echo"), QStringLiteral("Drop the local echo of each request (2-wire RS-485 adapters)."));
-    const QCommandLineOption noGap(QStringLiteral("no-gap"), QStringLiteral("Do not keep 3.5 characters of silence before each request."));
-    const QCommandLineOption rs485(QStringLiteral("rs485"), QStringLiteral("Fail unless the kernel's RS-485 mode can be switched on."));
-    const QCommandLineOption type(QStringLiteral("type"), QStringLiteral("bit, byte, word, dword, block or bitblock (default: from the address)."), QStringLiteral("type"));
-    const QCommandLineOption count(QStringLiteral("count"), QStringLiteral("Number of elements, 1..65536 (default 1)."), QStringLiteral("n"));
-    const QCommandLineOption hex(QStringLiteral("hex"), QStringLiteral("Show values in hex (text output only)."));
-    const QCommandLineOption interval(QStringLiteral("interval"), QStringLiteral("Milliseconds between reads, 10..3600000 (default 1000)."), QStringLiteral("ms"));
-    const QCommandLineOption stations(QStringLiteral("stations"), QStringLiteral("Station ids of the simulated line, e.g. 1,2,3."), QStringLiteral("list"));
-    const QCommandLineOption lineEcho(QStringLiteral("line-echo"), QStringLiteral("The simulated line repeats every byte it hears."));
-
-    QStringList defined; // Qt warns about every option asked for that was never added
-    const auto add = [&parser, &defined](const QCommandLineOption& o) {
-        parser.addOption(o);
-        defined << o.names().constLast();
-    };
-    add(help);
-    add(json);
-    if (QLatin1String(definition->name) != QLatin1String("simulate"))
-        add(plugin);
-    if (definition->talksToServos) {
-        for (const QCommandLineOption* o : {&device, &line, &station, &retry, &delay, &timeout, &trace, &echo, &noGap, &rs485})
-            add(*o);
-    }
-    if (definition->readsValues) {
-        add(type);
-        add(count);
-        add(hex);
-    } else if (QLatin1String(definition->name) == QLatin1String("write")) {
-        add(type);
-    }
-    if (QLatin1String(definition->name) == QLatin1String("poll"))
-        add(interval);
-    if (definition->talksToServos || QLatin1String(definition->name) == QLatin1String("simulate")) {
-        add(stations);
-        add(lineEcho);
-    }
-
-    QStringList rest = arguments;
-    rest.removeAt(1);
-    if (!parser.parse(rest)) {
-        *text = parser.errorText();
-        return ParseOutcome::Error;
-    }
-    if (parser.isSet(help)) {
-        *text = commandHelp(*definition, parser);
-        return ParseOutcome::Help;
-    }
-
-    const auto isSet = [&parser, &defined](const QCommandLineOption& o) {
-        return defined.contains(o.names().constLast()) && parser.isSet(o);
-    };
-    const auto valueOf = [&parser, &isSet](const QCommandLineOption& o) { return isSet(o) ? parser.value(o) : QString(); };
-
-    Invocation result;
-    result.command = command;
-    result.arguments = parser.positionalArguments();
-    result.json = isSet(json);
-    result.plugin = valueOf(plugin);
-    result.device = valueOf(device);
-    result.line = valueOf(line);
-    result.trace = isSet(trace);
-    result.discardEcho = isSet(echo);
-    result.gap = !isSet(noGap);
-    result.requireRs485 = isSet(rs485);
-    result.lineEchoes = isSet(lineEcho);
-    result.hex = isSet(hex);
-
-    const struct {
-        const QCommandLineOption* option;
-        int* target;
-        int low, high;
-    } numbers[] = {
-        {&station, &result.station, 0, 255}, {&retry, &result.retry, 0, 100},
-        {&delay, &result.delay, 0, 60000},   {&timeout, &result.timeout, 1, 60000},
-        {&count, &result.count, 1, 65536},   {&interval, &result.intervalMs, 10, 3600000},
-    };
-    for (const auto& n : numbers) {
-        if (isSet(*n.option) && !parseInt(valueOf(*n.option), n.low, n.high, n.target)) {
-            *text = QStringLiteral("bad value for --%1: %2 (%3 to %4)")
-                        .arg(n.option->names().constFirst(), valueOf(*n.option)).arg(n.low).arg(n.high);
-            return ParseOutcome::Error;
-        }
-    }
-    if (isSet(type) && !dataTypeFromName(valueOf(type), &result.dataType)) {
-        *text = QStringLiteral("bad value for --type: %1 (bit, byte, word, dword, block or bitblock)").arg(valueOf(type));
-        return ParseOutcome::Error;
-    }
-    if (isSet(stations)) {
-        result.stations.clear();
-        for (const QString& id : valueOf(stations).split(QLatin1Char(','))) {
-            int value = 0;
-            if (!parseInt(id.trimmed(), 1, 247, &value)) {
-                *text = QStringLiteral("bad value for --stations: %1 (ids 1 to 247, comma-separated)").arg(valueOf(stations));
-                return ParseOutcome::Error;
-            }
-            result.stations << value;
-        }
-    }
-
-    const int given = result.arguments.size();
-    const bool wantsOne = command == QLatin1String("read");
-    const bool wantsNone = command == QLatin1String("info") || command == QLatin1String("simulate")
-                           || command == QLatin1String("shell");
-    if ((wantsOne && given != 1) || (wantsNone && given != 0) || (command == QLatin1String("write") && given < 2)
-        || (command == QLatin1String("poll") && given < 1)) {
-        *text = QStringLiteral("%1 takes %2").arg(command, definition->synopsis[0] ? QLatin1String(definition->synopsis) : QStringLiteral("no arguments"));
-        return ParseOutcome::Error;
-    }
-    if (definition->talksToServos) {
-        const int addresses = command == QLatin1String("write") ? std::min(1, given) : given;
-        for (int i = 0; i < addresses; ++i)
-            if (!checkAddress(result.arguments[i], text))
-                return ParseOutcome::Error;
-    }
-    *invocation = result;
-    return ParseOutcome::Run;
+ParseOutcome parseShellLine(const QString& line, Invocation* invocation, QString* text)
+{
+    return parse(shellWords(line), true, invocation, text);
 }

@@ -1,17 +1,14 @@
-// The five drvctl commands on top of a set-up session.
+// version, info, read and write on top of a set-up session.
 #include "drvctl/exit_codes.h"
+#include "drvctl/plugin_loading.h"
 #include "drvctl/session.h"
 #include "drvctl/value_codec.h"
 #include "interface/driver_interface.h"
-#include "port/serial_port.h"
-#include "simulator/servo_line.h"
 #include "tools/device_setting.h"
 #include "tools/driver_setting.h"
 
-#include <QDateTime>
 #include <QJsonArray>
 #include <QStringList>
-#include <memory>
 
 namespace {
 
@@ -36,47 +33,28 @@ QString dumpOf(Record* record)
     return capturedDebug.join(QLatin1Char(' ')).trimmed();
 }
 
-QJsonArray toJson(const QList<qint64>& values)
-{
-    QJsonArray array;
-    for (qint64 v : values)
-        array.append(static_cast<double>(v));
-    return array;
-}
-
-// Hex digits: two per byte of the data type (bits stay 0/1).
-QString toText(const QList<qint64>& values, int hexDigits)
-{
-    QStringList parts;
-    for (qint64 v : values)
-        parts << (hexDigits > 0
-                      ? QStringLiteral("0x") + QString::number(static_cast<quint64>(v), 16).toUpper().rightJustified(hexDigits, QLatin1Char('0'))
-                      : QString::number(v));
-    return parts.join(QLatin1Char(' '));
-}
-
 } // namespace
 
-int Session::hexDigitsFor(int dataType) const
-{
-    if (!request.hex || dataType == Bit || dataType == BitBlock)
-        return 0;
-    return dataType == Word ? 4 : dataType == DoubleWord ? 8 : 2;
-}
-
-int Session::dataTypeFor(const QString& address) const
-{
-    return request.dataType >= 0 ? request.dataType : defaultDataType(address);
-}
-
-bool Session::readValues(const QString& address, int dataType, QByteArray* data)
+bool Session::readValues(const Invocation& request, const QString& address, int dataType, QByteArray* data)
 {
     const CommunicatorCommand command(dataType, request.count, address);
-    *data = driver->read(port.get(), command);
+    *data = driver->read(port, command);
     return !driver->hasError();
 }
 
-int Session::info()
+int Session::version(const Invocation&)
+{
+    const QString path = loader.fileName();
+    out.result(QJsonObject{{QStringLiteral("drvctl"), QStringLiteral(DRVCTL_VERSION)},
+                           {QStringLiteral("plugin"), QJsonObject{{QStringLiteral("name"), driver->name()},
+                                                                  {QStringLiteral("version"), driver->getVersionNumber()},
+                                                                  {QStringLiteral("path"), path}}}},
+               QStringLiteral("drvctl %1\n%2 %3 (%4)")
+                   .arg(QStringLiteral(DRVCTL_VERSION), driver->name(), driver->getVersionNumber(), path));
+    return ExitSuccess;
+}
+
+int Session::info(const Invocation&)
 {
     const int flags = driver->supportedCommunicationFlags();
     const QString deviceDump = dumpOf(driver->getDefaultSerialDeviceSetting());
@@ -108,34 +86,37 @@ int Session::info()
     return ExitSuccess;
 }
 
-int Session::read()
+int Session::read(const Invocation& request)
 {
     const QString address = request.arguments.constFirst();
-    const int dataType = dataTypeFor(address);
+    const int dataType = dataTypeOf(address, request.dataType);
     QByteArray data;
-    if (!readValues(address, dataType, &data))
+    if (!readValues(request, address, dataType, &data))
         return out.failure(driver->getLastError(), ExitDriverFailure);
     const QList<qint64> values = decodeValues(dataType, data, request.count);
     QJsonObject object{{QStringLiteral("ok"), true},
                        {QStringLiteral("address"), address},
                        {QStringLiteral("type"), dataTypeName(dataType)},
                        {QStringLiteral("station"), port->getStationId()},
-                       {QStringLiteral("values"), toJson(values)}};
-    out.result(object, QStringLiteral("%1 %2[%3]: %4").arg(address, dataTypeName(dataType)).arg(values.size()).arg(toText(values, hexDigitsFor(dataType))));
+                       {QStringLiteral("values"), valuesJson(values)}};
+    out.result(object, QStringLiteral("%1 %2[%3]: %4")
+                           .arg(address, dataTypeName(dataType))
+                           .arg(values.size())
+                           .arg(valuesText(dataType, values, request.hex)));
     return ExitSuccess;
 }
 
-int Session::write()
+int Session::write(const Invocation& request)
 {
     const QString address = request.arguments.constFirst();
     const QStringList texts = request.arguments.mid(1);
-    const int dataType = dataTypeFor(address);
+    const int dataType = dataTypeOf(address, request.dataType);
     QByteArray data;
     QString error;
     if (!encodeValues(dataType, texts, &data, &error))
-        return Output::usage(error, request.command);
+        return out.usage(error, request.command);
     const CommunicatorCommand command(dataType, texts.size(), address);
-    if (!driver->write(port.get(), command, data) || driver->hasError())
+    if (!driver->write(port, command, data) || driver->hasError())
         return out.failure(driver->getLastError(), ExitDriverFailure);
     QJsonObject object{{QStringLiteral("ok"), true},
                        {QStringLiteral("address"), address},
@@ -143,54 +124,5 @@ int Session::write()
                        {QStringLiteral("station"), port->getStationId()},
                        {QStringLiteral("written"), texts.size()}};
     out.result(object, QStringLiteral("%1 %2[%3] written").arg(address, dataTypeName(dataType)).arg(texts.size()));
-    return ExitSuccess;
-}
-
-int Session::poll()
-{
-    do {
-        QStringList text;
-        QJsonObject values;
-        for (const QString& address : request.arguments) {
-            const int dataType = dataTypeFor(address);
-            QByteArray data;
-            if (readValues(address, dataType, &data)) {
-                const QList<qint64> decoded = decodeValues(dataType, data, request.count);
-                text << QStringLiteral("%1=%2").arg(address, toText(decoded, hexDigitsFor(dataType)));
-                values.insert(address, toJson(decoded));
-            } else {
-                text << QStringLiteral("%1=(%2)").arg(address, driver->getLastError());
-                values.insert(address, driver->getLastError());
-            }
-        }
-        if (out.json())
-            out.result(QJsonObject{{QStringLiteral("time"), QDateTime::currentDateTime().toString(Qt::ISODateWithMs)},
-                                   {QStringLiteral("values"), values}},
-                       QString());
-        else
-            out.liveLine(text.join(QStringLiteral("  ")));
-    } while (!waitForStopSignal(request.intervalMs));
-    if (!out.json())
-        std::fputc('\n', stdout);
-    return ExitSuccess;
-}
-
-int Session::simulate()
-{
-    ServoLine line(std::vector<int>(request.stations.begin(), request.stations.end()));
-    line.setEcho(request.lineEchoes);
-    std::string error;
-    if (!line.start(&error))
-        return out.failure(QStringLiteral("cannot start the simulated line: %1").arg(QString::fromStdString(error)), ExitSetup);
-    QJsonArray ids;
-    QStringList names;
-    for (int id : line.stationIds()) {
-        ids.append(id);
-        names << QString::number(id);
-    }
-    const QString path = QString::fromStdString(line.devicePath());
-    out.result(QJsonObject{{QStringLiteral("device"), path}, {QStringLiteral("stations"), ids}}, path);
-    out.note(QStringLiteral("simulated servos %1 answer on %2; Ctrl-C stops").arg(names.join(QStringLiteral(", ")), path));
-    waitForStopSignal(-1);
     return ExitSuccess;
 }

@@ -16,17 +16,14 @@ int main(int argc, char* argv[])
         std::fputs(text.toLocal8Bit().constData(), stdout);
         return ExitSuccess;
     case ParseOutcome::Error:
-        if (application.arguments().size() < 2) {
+        if (application.arguments().size() < 2) { // no command at all: the general help
             std::fputs(text.toLocal8Bit().constData(), stderr);
             return ExitUsage;
         }
-        return Output::usage(text, invocation.command);
+        return Output(invocation.json).usage(text, invocation.command);
     case ParseOutcome::Run:
         break;
     }
-    // Before the simulated line's thread exists, so Ctrl-C reaches only our wait.
-    if (invocation.command == QLatin1String("poll") || invocation.command == QLatin1String("simulate"))
-        holdStopSignals();
     Session session(invocation);
     return session.run();
 }

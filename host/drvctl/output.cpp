@@ -35,19 +35,14 @@ int Output::failure(const QString& message, int exitCode) const
     return exitCode;
 }
 
-int Output::usage(const QString& message, const QString& command)
+int Output::usage(const QString& message, const QString& command) const
 {
+    if (jsonMode)
+        return failure(message, ExitUsage);
     printLine(stderr, QStringLiteral("drvctl: ") + message);
     printLine(stderr, command.isEmpty() ? QStringLiteral("Try 'drvctl --help'.")
                                         : QStringLiteral("Try 'drvctl %1 --help'.").arg(command));
     return ExitUsage;
-}
-
-void Output::liveLine(const QString& text) const
-{
-    // Carriage return, the line, then erase whatever a longer earlier line left.
-    std::fputs(("\r" + text + "\033[K").toLocal8Bit().constData(), stdout);
-    std::fflush(stdout);
 }
 
 void Output::note(const QString& text) const

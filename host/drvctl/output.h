@@ -14,10 +14,9 @@ public:
     void result(const QJsonObject& object, const QString& text) const;
     // A failure with the exit status it leads to; returns that status.
     int failure(const QString& message, int exitCode) const;
-    // A bad command line: always text on stderr, with a pointer to the help.
-    static int usage(const QString& message, const QString& command);
-    // Rewrites the current terminal line (poll).
-    void liveLine(const QString& text) const;
+    // A bad command line: text with a pointer to the command's help on stderr, or
+    // in JSON mode the failure object with exit status 2; returns 2.
+    int usage(const QString& message, const QString& command) const;
     void note(const QString& text) const; // stderr, text mode only
 
 private:

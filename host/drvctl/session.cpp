@@ -1,138 +1,131 @@
-// Setting up a drvctl run: plug-in, simulated line, port.
+// Setting up a drvctl run: plug-in, simulated line, port, then the command.
 #include "drvctl/session.h"
+#include "drvctl/command_table.h"
 #include "drvctl/exit_codes.h"
+#include "drvctl/fault_switches.h"
 #include "drvctl/plugin_loading.h"
+#include "drvctl/stop_signals.h"
 #include "interface/driver_interface.h"
-#include "port/serial_port.h"
 #include "simulator/servo_line.h"
 #include "tools/driver_setting.h"
 
-#include <cerrno>
-#include <csignal>
-#include <ctime>
+#include <cstdio>
 
-namespace {
-
-sigset_t stopSignals()
-{
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGINT);
-    sigaddset(&set, SIGTERM);
-    return set;
-}
-
-} // namespace
-
-void holdStopSignals()
-{
-    const sigset_t set = stopSignals();
-    pthread_sigmask(SIG_BLOCK, &set, nullptr);
-}
-
-bool waitForStopSignal(int timeoutMs)
-{
-    const sigset_t set = stopSignals();
-    if (timeoutMs < 0) {
-        int signal = 0;
-        return sigwait(&set, &signal) == 0;
-    }
-    timespec wait{timeoutMs / 1000, (timeoutMs % 1000) * 1000000L};
-    for (;;) {
-        const int got = sigtimedwait(&set, nullptr, &wait);
-        if (got > 0)
-            return true;
-        if (errno != EINTR)
-            return false; // EAGAIN: the time is up
-    }
-}
-
-Session::Session(const Invocation& invocation) : request(invocation), out(invocation.json) {}
+Session::Session(const Invocation& invocation) : setup(invocation), out(invocation.json) {}
 
 Session::~Session()
 {
-    port.reset();
+    ownPort.reset();
     simulatedLine.reset();
     // The root object belongs to the loader's library; it goes with the process.
 }
 
+void Session::attach(DriverInterface* attachedDriver, AbstractDeviceInterface* attachedPort)
+{
+    driver = attachedDriver;
+    port = attachedPort;
+}
+
 int Session::run()
 {
-    if (request.command == QLatin1String("simulate"))
-        return simulate();
-    int status = loadDriver();
-    if (status != ExitSuccess)
-        return status;
-    if (request.command == QLatin1String("info"))
-        return info();
-    status = openPort();
-    if (status != ExitSuccess)
-        return status;
-    if (request.command == QLatin1String("read"))
-        return read();
-    if (request.command == QLatin1String("write"))
-        return write();
-    if (request.command == QLatin1String("shell"))
-        return shell();
-    return poll();
+    const CommandSpec* spec = findCommand(setup.command);
+    if (spec == nullptr)
+        return out.usage(QStringLiteral("unknown command: %1").arg(setup.command), QString());
+    // Before the simulated line's thread exists, so that Ctrl-C reaches only our wait.
+    if (spec->stopsOnCtrlC)
+        holdStopSignals();
+    if (spec->needs != Needs::Nothing) {
+        const int status = loadDriver();
+        if (status != ExitSuccess)
+            return status;
+    }
+    if (spec->needs == Needs::Line) {
+        LineSettings line;
+        int status = lineSettings(&line);
+        if (status == ExitSuccess)
+            status = openPort(line);
+        if (status != ExitSuccess)
+            return status;
+    }
+    return (this->*spec->run)(setup);
 }
 
 int Session::loadDriver()
 {
     QString error;
-    driver = loadDriverPlugin(loader, choosePluginPath(request.plugin), &error);
+    driver = loadDriverPlugin(loader, choosePluginPath(setup.plugin), &error);
     return driver ? ExitSuccess : out.failure(error, ExitSetup);
 }
 
+// The one start-up path of the simulated line, for simulate, monitor and every
+// command that runs without --device.
 int Session::startSimulatedLine()
 {
-    simulatedLine = std::make_unique<ServoLine>(std::vector<int>(request.stations.begin(), request.stations.end()));
-    simulatedLine->setEcho(request.lineEchoes);
+    simulatedLine = std::make_unique<ServoLine>(std::vector<int>(setup.stations.begin(), setup.stations.end()));
+    simulatedLine->setEcho(setup.lineEchoes);
+    for (int id : simulatedLine->stationIds()) {
+        StationFaults faults;
+        for (const FaultSwitch& fault : setup.faults)
+            if (fault.station == 0 || fault.station == id)
+                applyFaultSwitch(fault, &faults);
+        if (faults.any())
+            simulatedLine->setFaults(id, faults);
+    }
     std::string error;
     if (!simulatedLine->start(&error))
         return out.failure(QStringLiteral("cannot start the simulated line: %1").arg(QString::fromStdString(error)), ExitSetup);
     return ExitSuccess;
 }
 
-int Session::openPort()
+// --line, or the driver's own default line.
+int Session::lineSettings(LineSettings* settings)
+{
+    const QString text = setup.line.isEmpty() && driver ? driver->getStringBasedDefaultDriverSetting() : setup.line;
+    QString error;
+    if (text.isEmpty() || parseLineSettings(text, settings, &error))
+        return ExitSuccess;
+    return setup.line.isEmpty() ? out.failure(error, ExitSetup) : out.usage(error, setup.command);
+}
+
+int Session::openPort(const LineSettings& line)
 {
     SerialPortOptions options;
-    const QString lineText = request.line.isEmpty() ? driver->getStringBasedDefaultDriverSetting() : request.line;
-    QString error;
-    if (!parseLineSettings(lineText, &options.line, &error))
-        return request.line.isEmpty() ? out.failure(error, ExitSetup) : Output::usage(error, request.command);
-
-    std::unique_ptr<DriverSetting> defaults(driver->getDefaultDriverSetting());
+    options.line = line;
+    std::unique_ptr<DriverSetting> defaults(driver ? driver->getDefaultDriverSetting() : nullptr);
     if (defaults)
         options.applyDriverSetting(*defaults);
-    if (request.station >= 0)
-        options.stationId = request.station;
-    if (request.retry >= 0)
-        options.retry = request.retry;
-    if (request.delay >= 0)
-        options.delayMs = request.delay;
-    if (request.timeout >= 0)
-        options.timeoutMs = request.timeout;
-    options.discardEcho = request.discardEcho;
-    options.interFrameGap = request.gap;
-    options.requireRs485 = request.requireRs485;
+    options.discardEcho = setup.echo == QLatin1String("on");
+    options.interFrameGap = setup.gap;
+    options.requireRs485 = setup.requireRs485;
 
-    if (request.device.isEmpty()) {
+    if (setup.device.isEmpty() && !simulatedLine) {
         const int status = startSimulatedLine();
         if (status != ExitSuccess)
             return status;
-        options.device = QString::fromStdString(simulatedLine->devicePath());
-    } else {
-        options.device = request.device;
     }
+    options.device = setup.device.isEmpty() ? QString::fromStdString(simulatedLine->devicePath()) : setup.device;
 
-    port = std::make_unique<SerialPort>(options);
-    if (request.trace)
-        port->setTraceSink([](const QString& line) { std::fprintf(stderr, "%s\n", line.toLocal8Bit().constData()); });
-    if (!port->open())
-        return out.failure(port->errorString(), ExitSetup);
-    if (request.trace && !port->rs485Status().isEmpty())
-        out.note(QStringLiteral("drvctl: ") + port->rs485Status());
-    driver->initialize(port.get());
+    ownPort = std::make_unique<SerialPort>(options);
+    port = ownPort.get();
+    if (setup.trace)
+        ownPort->setTraceSink([](const QString& line) { std::fprintf(stderr, "%s\n", line.toLocal8Bit().constData()); });
+    if (!ownPort->open())
+        return out.failure(ownPort->errorString(), ExitSetup);
+    if (setup.trace && !ownPort->rs485Status().isEmpty())
+        out.note(QStringLiteral("drvctl: ") + ownPort->rs485Status());
+    baseline = ownPort->options();
+    useTransactionSettings(setup);
+    if (driver)
+        driver->initialize(port);
     return ExitSuccess;
+}
+
+void Session::useTransactionSettings(const Invocation& request)
+{
+    if (!ownPort)
+        return;
+    ownPort->setStationId(request.station >= 0 ? request.station : baseline.stationId);
+    ownPort->setRetry(request.retry >= 0 ? request.retry : baseline.retry);
+    ownPort->setDelay(request.delay >= 0 ? request.delay : baseline.delayMs);
+    ownPort->setTimeoutMs(request.timeout >= 0 ? request.timeout : baseline.timeoutMs);
 }

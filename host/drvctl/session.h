@@ -7,51 +7,61 @@
 
 #include "drvctl/invocation.h"
 #include "drvctl/output.h"
+#include "port/serial_port.h"
 
+class AbstractDeviceInterface;
 class DriverInterface;
-class SerialPort;
 class ServoLine;
+struct CommandSpec;
 
 // One drvctl run: the driver plug-in, the line (a serial device or a simulated
-// one started here) and the command on top of them.
+// one started here) and the commands run on top of them: one, or one per shell line.
 class Session {
 public:
     explicit Session(const Invocation& invocation);
     ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
 
+    // Sets up what the command needs and runs it; returns the exit status.
     int run();
+    // Runs commands on a driver and port that the caller owns and keeps open,
+    // instead of loading and opening them (benchmarks).
+    void attach(DriverInterface* driver, AbstractDeviceInterface* port);
+    // One shell line on this session's driver and line; returns its exit status.
+    int runShellLine(const QString& line);
+
+    // The commands, as the command table names them.
+    int version(const Invocation& request);
+    int info(const Invocation& request);
+    int read(const Invocation& request);
+    int write(const Invocation& request);
+    int poll(const Invocation& request);
+    int scan(const Invocation& request);
+    int monitor(const Invocation& request);
+    int simulate(const Invocation& request);
+    int shell(const Invocation& request);
 
 private:
     // Setting up; each returns an exit status (ExitSuccess to go on).
     int loadDriver();
     int startSimulatedLine();
-    int openPort();
-
-    int info();
-    int read();
-    int write();
-    int poll();
-    int simulate();
-    int shell();
-    // One command line read by the shell, on the session's driver and line.
-    int shellLine(const QString& line);
+    int lineSettings(LineSettings* settings);
+    int openPort(const LineSettings& line);
+    // The port takes the command's station, retry, delay and time-out, or the session's.
+    void useTransactionSettings(const Invocation& request);
 
     // One driver read; false leaves the driver's error text.
-    bool readValues(const QString& address, int dataType, QByteArray* data);
-    int dataTypeFor(const QString& address) const;
-    int hexDigitsFor(int dataType) const;
+    bool readValues(const Invocation& request, const QString& address, int dataType, QByteArray* data);
 
-    Invocation request;
+    Invocation setup; // the command line that started the session
     Output out;
     QPluginLoader loader;
     DriverInterface* driver = nullptr;
     std::unique_ptr<ServoLine> simulatedLine;
-    std::unique_ptr<SerialPort> port;
+    std::unique_ptr<SerialPort> ownPort;
+    AbstractDeviceInterface* port = nullptr; // ownPort, or one attached
+    SerialPortOptions baseline;              // what useTransactionSettings falls back to
 };
-
-// Blocks until Ctrl-C or SIGTERM, or at most timeoutMs (-1: no limit); true when stopped.
-bool waitForStopSignal(int timeoutMs);
-// Makes SIGINT and SIGTERM wait for waitForStopSignal; call before any thread starts.
-void holdStopSignals();
 
 #endif

@@ -208,3 +208,22 @@ QList<qint64> decodeValues(int dataType, const QByteArray& data, int count)
     }
     return values;
 }
+
+QString valuesText(int dataType, const QList<qint64>& values, bool hex)
+{
+    const int digits = !hex || dataType == Bit || dataType == BitBlock ? 0 : 2 * rangeOf(dataType).bytes;
+    QStringList parts;
+    for (qint64 v : values)
+        parts << (digits > 0 ? QStringLiteral("0x")
+                                   + QString::number(static_cast<quint64>(v), 16).toUpper().rightJustified(digits, QLatin1Char('0'))
+                             : QString::number(v));
+    return parts.join(QLatin1Char(' '));
+}
+
+QJsonArray valuesJson(const QList<qint64>& values)
+{
+    QJsonArray array;
+    for (qint64 v : values)
+        array.append(static_cast<double>(v));
+    return array;
+}

@@ -2,6 +2,7 @@
 #define DRVCTL_VALUE_CODEC_H
 
 #include <QByteArray>
+#include <QJsonArray>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -18,6 +19,11 @@ QString dataTypeName(int dataType);
 bool checkAddress(const QString& address, QString* error);
 // bit for DO/FN5DO/DI areas and register bits, dword for SW addresses, else word.
 int defaultDataType(const QString& address);
+// The type a command asked for (--type), or -1 for the address's default.
+inline int dataTypeOf(const QString& address, int asked)
+{
+    return asked >= 0 ? asked : defaultDataType(address);
+}
 
 // Command-line values to the bytes the driver expects for a write: one byte per
 // bit (0 or 1), bytes as they are, words and double words low byte first.
@@ -25,5 +31,10 @@ int defaultDataType(const QString& address);
 bool encodeValues(int dataType, const QStringList& values, QByteArray* data, QString* error);
 // The bytes of a read back to count values (bits from a packed bit array).
 QList<qint64> decodeValues(int dataType, const QByteArray& data, int count);
+
+// Values as a line shows them: decimal, or with hex 0x and two digits per byte of
+// the data type (bits stay 0/1).
+QString valuesText(int dataType, const QList<qint64>& values, bool hex);
+QJsonArray valuesJson(const QList<qint64>& values);
 
 #endif

@@ -47,6 +47,22 @@ TEST(DrvctlTest, ExitStatusAndWholeOutput)
          "drvctl: PLC no response (read 1 word(s) from 9-HR1)\n"},
         {{"read", "DO1", "--count", "3", "--json"}, 0,
          "{\"address\":\"DO1\",\"ok\":true,\"station\":1,\"type\":\"bit\",\"values\":[0,0,0]}\n", ""},
+        // With --json every failure is one object on stdout, bad command lines included.
+        {{"read", "HR0", "--json"}, 2, "{\"error\":\"bad address: HR0 (numbers run from 1 to 65536)\",\"exit\":2,\"ok\":false}\n", ""},
+        {{"frob", "--json"}, 2, "{\"error\":\"unknown command: frob\",\"exit\":2,\"ok\":false}\n", ""},
+        {{"read", "HR1", "--json", "--count"}, 2, "{\"error\":\"Missing value after '--count'.\",\"exit\":2,\"ok\":false}\n", ""},
+        {{"read", "HR1", "--json", "--line", "RS485,1234,NONE,8,2"}, 2,
+         "{\"error\":\"unsupported baud rate: 1234\",\"exit\":2,\"ok\":false}\n", ""},
+        {{"write", "HR5", "70000", "--json"}, 2,
+         "{\"error\":\"bad value for word: 70000 (-32768 to 65535)\",\"exit\":2,\"ok\":false}\n", ""},
+        {{"info", "--json", "--plugin", "/nonexistent/libdriver.so"}, 3,
+         "{\"error\":\"cannot load plug-in /nonexistent/libdriver.so: no such file\",\"exit\":3,\"ok\":false}\n", ""},
+        {{"read", "HR1", "--json", "--device", "/nonexistent/ttyS7"}, 3,
+         "{\"error\":\"cannot open /nonexistent/ttyS7: No such file or directory\",\"exit\":3,\"ok\":false}\n", ""},
+        // Only what comes before -- is an option.
+        {{"write", "HR5", "--", "-json"}, 2, "", "drvctl: bad value: -json (decimal or 0x hex)\nTry 'drvctl write --help'.\n"},
+        {{"read", "\u212A100"}, 2, "",
+         "drvctl: bad address: \u212A100 (area letters and a number, e.g. HR100, DO5, HR100.3, HR200SW)\nTry 'drvctl read --help'.\n"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.arguments.join(QLatin1Char(' ')).toStdString());
