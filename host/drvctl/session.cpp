@@ -113,7 +113,7 @@ int Session::openPort()
         options.delayMs = request.delay;
     if (request.timeout >= 0)
         options.timeoutMs = request.timeout;
-    options.discardEcho = request.discardEcho;
+    options.echoMode = request.discardEcho ? EchoMode::On : EchoMode::Auto;
     options.interFrameGap = request.gap;
     options.requireRs485 = request.requireRs485;
 
