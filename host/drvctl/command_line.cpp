@@ -144,7 +144,7 @@ const OptionSpec Options[] = {
          i->faults << fault;
          return true;
      }},
-    {SimulatedLineOptions, "motion", nullptr, "A few simulated registers move (a counter, a slow ramp).",
+    {SimulatedLineOptions, "motion", nullptr, "HR1300 ramps 0..3000 and back, HR1301 counts up, every 100 ms.",
      [](const QString&, const QString&, Invocation* i, QString*) { i->motion = true; return true; }},
 };
 

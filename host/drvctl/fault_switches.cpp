@@ -29,6 +29,10 @@ const FaultKind Kinds[] = {
          f->exceptionAddress = s.value - 1; // the wire counts from 0
          f->exceptionCode = static_cast<uint8_t>(s.code);
      }},
+    {"wrong-function", nullptr, 0, 0, "answers under the next function code (with a good CRC)",
+     [](const FaultSwitch&, StationFaults* f) { f->wrongFunctionCode = true; }},
+    {"extra", "N", 1, 255, "sends N bytes 0xFF more right after every reply",
+     [](const FaultSwitch& s, StationFaults* f) { f->extraReplyBytes = s.value; }},
 };
 
 constexpr int ExceptionKind = 5; // its index in Kinds

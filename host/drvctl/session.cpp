@@ -11,6 +11,16 @@
 
 #include <cstdio>
 
+namespace {
+
+// --echo's words; the parser lets no other through.
+EchoMode echoModeNamed(const QString& name)
+{
+    return name == QLatin1String("on") ? EchoMode::On : name == QLatin1String("off") ? EchoMode::Off : EchoMode::Auto;
+}
+
+} // namespace
+
 Session::Session(const Invocation& invocation) : setup(invocation), out(invocation.json) {}
 
 Session::~Session()
@@ -63,6 +73,7 @@ int Session::startSimulatedLine()
 {
     simulatedLine = std::make_unique<ServoLine>(std::vector<int>(setup.stations.begin(), setup.stations.end()));
     simulatedLine->setEcho(setup.lineEchoes);
+    simulatedLine->setMotion(setup.motion);
     for (int id : simulatedLine->stationIds()) {
         StationFaults faults;
         for (const FaultSwitch& fault : setup.faults)
@@ -94,7 +105,7 @@ int Session::openPort(const LineSettings& line)
     std::unique_ptr<DriverSetting> defaults(driver ? driver->getDefaultDriverSetting() : nullptr);
     if (defaults)
         options.applyDriverSetting(*defaults);
-    options.discardEcho = setup.echo == QLatin1String("on");
+    options.echoMode = echoModeNamed(setup.echo);
     options.interFrameGap = setup.gap;
     options.requireRs485 = setup.requireRs485;
 

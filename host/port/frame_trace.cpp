@@ -10,11 +10,26 @@ QString formatTraceLine(double seconds, const char* direction, const char* bytes
     return line;
 }
 
+namespace {
+
+double monotonicSeconds()
+{
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<double>(now.tv_sec) + now.tv_nsec / 1e9;
+}
+
+} // namespace
+
 void FrameTrace::record(const char* direction, const char* bytes, int length) const
 {
     if (!output || length <= 0)
         return;
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    output(formatTraceLine(static_cast<double>(now.tv_sec) + now.tv_nsec / 1e9, direction, bytes, length));
+    output(formatTraceLine(monotonicSeconds(), direction, bytes, length));
+}
+
+void FrameTrace::note(const QString& text) const
+{
+    if (output)
+        output(QString::asprintf("[%11.6f] ", monotonicSeconds()) + text);
 }

@@ -14,6 +14,8 @@ public:
     void setSink(std::function<void(const QString&)> sink) { output = std::move(sink); }
     bool enabled() const { return static_cast<bool>(output); }
     void record(const char* direction, const char* bytes, int length) const;
+    // A line of text in the same form, for what the port found out about the line.
+    void note(const QString& text) const;
 
 private:
     std::function<void(const QString&)> output;

@@ -16,9 +16,6 @@
 
 namespace {
 
-// Option code the driver sends before every request.
-constexpr int DiscardInputOption = 12;
-
 long long monotonicNs()
 {
     timespec now;
@@ -57,6 +54,29 @@ tcflag_t characterSize(int dataBits)
 QString systemError()
 {
     return QString::fromLocal8Bit(std::strerror(errno));
+}
+
+// Time one character takes on the line: start bit, data, parity, stop bits.
+long long characterNs(const LineSettings& line)
+{
+    const int bits = 1 + line.dataBits + (line.parity != 'N' ? 1 : 0) + line.stopBits;
+    return line.baud > 0 ? bits * 1000000000LL / line.baud : 0;
+}
+
+// Normal replies to functions 5 and 6 are copies of the request, so an echo
+// cannot be told from them.
+bool replyMayEqualRequest(const std::vector<char>& request)
+{
+    return request.size() >= 2 && (request[1] == 5 || request[1] == 6);
+}
+
+void sleepUntil(long long monotonicTimeNs)
+{
+    timespec wake;
+    wake.tv_sec = static_cast<time_t>(monotonicTimeNs / 1000000000LL);
+    wake.tv_nsec = static_cast<long>(monotonicTimeNs % 1000000000LL);
+    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &wake, nullptr) == EINTR) {
+    }
 }
 
 } // namespace
@@ -111,7 +131,10 @@ bool SerialPort::open()
         return false;
     }
     tcflush(fd, TCIOFLUSH);
+    // We cannot know how long the line has been quiet before we opened it.
     markLineActivity();
+    transmitEndNs = 0;
+    echoFound = false;
     return true;
 }
 
@@ -121,6 +144,8 @@ void SerialPort::close()
         ::close(fd);
     fd = -1;
     heldBack.clear();
+    lastRequest.clear();
+    discardArmed = false;
 }
 
 bool SerialPort::configure()
@@ -182,15 +207,44 @@ void SerialPort::markLineActivity()
     lastActivityNs = monotonicNs();
 }
 
-void SerialPort::waitForQuietLine() const
+void SerialPort::waitForQuietLine()
 {
     if (!settings.interFrameGap)
         return;
-    const long long until = lastActivityNs + interFrameGapMicros(settings.line.baud) * 1000LL;
-    timespec wake;
-    wake.tv_sec = static_cast<time_t>(until / 1000000000LL);
-    wake.tv_nsec = static_cast<long>(until % 1000000000LL);
-    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &wake, nullptr) == EINTR) {
+    // The gap counts from the last bit on the wire. After a reply the request left
+    // long ago; only a request that follows a request closely (a broadcast, a short
+    // time-out) may still be in the UART, and only then is tcdrain worth its call.
+    if (monotonicNs() < transmitEndNs) {
+        tcdrain(fd);
+        markLineActivity();
+    }
+    const long long gapNs = interFrameGapMicros(settings.line.baud) * 1000LL;
+    const long long giveUpNs = monotonicNs() + std::max(0, settings.timeoutMs) * 1000000LL;
+    for (;;) {
+        const long long now = monotonicNs();
+        const long long quietFrom = lastActivityNs + gapNs;
+        if (now >= quietFrom)
+            return;
+        if (!discardArmed || now >= giveUpNs) {
+            sleepUntil(quietFrom);
+            return;
+        }
+        // Bytes that come now belong to an earlier exchange: drop them, and the
+        // silence starts again after them.
+        pollfd in = {fd, POLLIN, 0};
+        const long long waitNs = quietFrom - now;
+        const timespec wait = {static_cast<time_t>(waitNs / 1000000000LL), static_cast<long>(waitNs % 1000000000LL)};
+        if (ppoll(&in, 1, &wait, nullptr) <= 0 || !(in.revents & POLLIN))
+            continue;
+        char late[256];
+        const ssize_t n = ::read(fd, late, sizeof late);
+        if (n > 0) {
+            markLineActivity();
+            trace.record("LATE", late, static_cast<int>(n));
+        } else if (n == 0 || (errno != EAGAIN && errno != EINTR)) {
+            sleepUntil(quietFrom); // a hung-up line: nothing more will come
+            return;
+        }
     }
 }
 
@@ -199,6 +253,12 @@ int SerialPort::send(const char* data, int length)
     if (fd < 0 || data == nullptr || length <= 0)
         return fd < 0 ? -1 : 0;
     waitForQuietLine();
+    if (discardArmed) {
+        // Last moment before the request: nothing that came in before it can be its reply.
+        tcflush(fd, TCIFLUSH);
+        heldBack.clear();
+        discardArmed = false;
+    }
     int written = 0;
     while (written < length) {
         const ssize_t n = ::write(fd, data + written, static_cast<size_t>(length - written));
@@ -212,25 +272,42 @@ int SerialPort::send(const char* data, int length)
         if (poll(&out, 1, std::max(1, settings.timeoutMs)) <= 0)
             break;
     }
-    // The gap counts from the last bit on the wire, not from the hand-over to the kernel.
-    tcdrain(fd);
-    markLineActivity();
+    transmitEndNs = monotonicNs() + written * characterNs(settings.line);
+    lastActivityNs = transmitEndNs;
     trace.record("TX", data, written);
-    if (settings.discardEcho && written > 0)
-        discardEchoOf(data, written);
+    lastRequest.assign(data, data + written);
     return written;
 }
 
-void SerialPort::discardEchoOf(const char* data, int length)
+void SerialPort::takeEcho(long long deadlineMs)
 {
-    std::vector<char> echo(static_cast<size_t>(length));
-    const int got = readUntil(echo.data(), length, CurrentMSecsSinceBoot() + std::max(0, settings.timeoutMs));
-    if (got == length && std::equal(echo.begin(), echo.end(), data))
+    const int length = static_cast<int>(lastRequest.size());
+    std::vector<char> echo(lastRequest.size());
+    const int got = readUntil(echo.data(), length, deadlineMs);
+    if (got == length && echo == lastRequest)
         return;
     // Not our echo: whatever came is the start of the answer.
     ++echoFaults;
     heldBack.insert(heldBack.end(), echo.begin(), echo.begin() + std::max(0, got));
     trace.record("ECHO?", echo.data(), got);
+}
+
+void SerialPort::detectEcho(int firstCount, long long deadlineMs)
+{
+    const int length = static_cast<int>(lastRequest.size());
+    std::vector<char> seen(lastRequest.size());
+    // First no more than the caller asked for, so that a short reply costs no
+    // extra wait; then the rest of the request only while every byte matched.
+    const int first = std::min(firstCount, length);
+    int got = readUntil(seen.data(), first, deadlineMs);
+    if (got == first && std::equal(seen.begin(), seen.begin() + got, lastRequest.begin()))
+        got += readUntil(seen.data() + got, length - got, deadlineMs);
+    if (got == length && seen == lastRequest) {
+        echoFound = true;
+        trace.note(QStringLiteral("the line echoes each request (2-wire adapter): discarding the echo from now on"));
+        return;
+    }
+    heldBack.insert(heldBack.end(), seen.begin(), seen.begin() + got);
 }
 
 int SerialPort::readUntil(char* buffer, int maxLength, long long deadlineMs)
@@ -263,11 +340,21 @@ int SerialPort::receive(char* buffer, int maxLength)
         return -1;
     if (buffer == nullptr || maxLength <= 0)
         return 0;
+    long long deadlineMs = CurrentMSecsSinceBoot() + std::max(0, settings.timeoutMs);
+    if (!lastRequest.empty()) {
+        if (discardsEcho())
+            takeEcho(deadlineMs);
+        else if (settings.echoMode == EchoMode::Auto && heldBack.empty() && !replyMayEqualRequest(lastRequest))
+            detectEcho(maxLength, deadlineMs);
+        lastRequest.clear();
+        // The time-out is the servo's to answer in, counted after the echo.
+        if (discardsEcho() && heldBack.empty())
+            deadlineMs = CurrentMSecsSinceBoot() + std::max(0, settings.timeoutMs);
+    }
     const int held = std::min(maxLength, static_cast<int>(heldBack.size()));
     std::copy(heldBack.begin(), heldBack.begin() + held, buffer);
     heldBack.erase(heldBack.begin(), heldBack.begin() + held);
-    const int got = held + readUntil(buffer + held, maxLength - held,
-                                     CurrentMSecsSinceBoot() + std::max(0, settings.timeoutMs));
+    const int got = held + readUntil(buffer + held, maxLength - held, deadlineMs);
     trace.record("RX", buffer, got);
     return got;
 }
@@ -279,5 +366,7 @@ bool SerialPort::setOption(int code, const QVariant& value)
         return false;
     tcflush(fd, TCIFLUSH);
     heldBack.clear();
+    lastRequest.clear();
+    discardArmed = true;
     return true;
 }

@@ -11,6 +11,12 @@
 class DeviceSetting;
 class DriverSetting;
 
+// What the port does with a line that hears its own transmission (2-wire RS-485
+// adapters do). Auto finds out from the first reply that cannot be a copy of its
+// request (any function but 5 and 6) and discards echoes from then on; until
+// then the echo of a function 5 or 6 request passes for its reply.
+enum class EchoMode { Auto, On, Off };
+
 struct SerialPortOptions {
     QString device;
     LineSettings line;
@@ -18,8 +24,7 @@ struct SerialPortOptions {
     int retry = 3;
     int stationId = 1;
     int delayMs = 0;
-    // 2-wire RS-485 adapters hear their own transmission: read it back and drop it.
-    bool discardEcho = false;
+    EchoMode echoMode = EchoMode::Auto;
     // Keep 3.5 characters of silence before each request.
     bool interFrameGap = true;
     // Fail to open unless the kernel's RS-485 mode could be switched on.
@@ -34,8 +39,8 @@ struct SerialPortOptions {
 
 // The host's port object over a POSIX serial device. receive() returns as soon as
 // the count asked for has arrived and waits out the time-out only when it has not.
-// Option 12 discards input not yet read, so a late reply to an earlier request is
-// never taken for the next one.
+// Option 12 discards input not yet read, then again right before the next request
+// goes out, so a late reply to an earlier request is never taken for the next one.
 class SerialPort : public AbstractDeviceInterface {
 public:
     explicit SerialPort(SerialPortOptions options);
@@ -52,6 +57,8 @@ public:
     bool rs485Active() const { return rs485On; }
     // Echoes that did not come back as sent (their bytes are kept for receive()).
     int echoMismatches() const { return echoFaults; }
+    // Whether echoes are being discarded (forced on, or found by the auto mode).
+    bool discardsEcho() const { return echoFound || settings.echoMode == EchoMode::On; }
     const SerialPortOptions& options() const { return settings; }
     // For a host that changes them between commands on an open line.
     void setStationId(int id) { settings.stationId = id; }
@@ -70,9 +77,10 @@ public:
 private:
     bool configure();
     void enableRs485();
-    void waitForQuietLine() const;
+    void waitForQuietLine();
     int readUntil(char* buffer, int maxLength, long long deadlineMs);
-    void discardEchoOf(const char* data, int length);
+    void takeEcho(long long deadlineMs);
+    void detectEcho(int firstCount, long long deadlineMs);
     void markLineActivity();
 
     SerialPortOptions settings;
@@ -81,8 +89,12 @@ private:
     QString rs485Message;
     bool rs485On = false;
     int echoFaults = 0;
-    long long lastActivityNs = 0; // last byte sent or received, monotonic clock
-    std::vector<char> heldBack;   // bytes read as an echo that were not one
+    bool echoFound = false;         // the auto mode has heard an echo
+    bool discardArmed = false;      // option 12 seen since the last request went out
+    long long lastActivityNs = 0;   // open, or the last byte sent or received (monotonic)
+    long long transmitEndNs = 0;    // when the last request's last bit leaves, estimated
+    std::vector<char> lastRequest;  // its echo, if the line has one, is still to come
+    std::vector<char> heldBack;     // bytes read as an echo that were not one
     FrameTrace trace;
 };
 

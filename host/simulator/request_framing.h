@@ -15,8 +15,6 @@ constexpr int UnknownLength = -1;
 // seen do not tell it yet, UnknownLength for a function code without a fixed layout.
 int expectedLength(const uint8_t* bytes, size_t available);
 
-// CRC-16/MODBUS, as the 16-bit value (low byte goes first on the wire).
-uint16_t crc16(const uint8_t* bytes, size_t length);
 bool crcMatches(const uint8_t* frame, size_t length);
 // Rewrites the last two bytes with the CRC of the bytes before them.
 void restampCrc(uint8_t* frame, size_t length);

@@ -1,7 +1,9 @@
 #include "simulator/servo_line.h"
+#include "port/line_settings.h"
 #include "simulator/request_framing.h"
 #include "simulator/simulated_station.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -18,9 +20,72 @@ namespace {
 // function code, taken as whole): far longer than any gap inside a frame.
 constexpr int ResyncSilenceMs = 20;
 
+constexpr int RampStep = 30;
+constexpr int RampTop = 3000;
+
 std::string systemError(const char* what)
 {
     return std::string(what) + ": " + std::strerror(errno);
+}
+
+long long monotonicNs()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+// A pseudo-terminal that passes bytes unchanged both ways, its master end
+// non-blocking. The keeper holds the slave end open so that its raw settings stay
+// while clients come and go.
+bool openRawPty(int* master, int* keeper, std::string* path, std::string* failure)
+{
+    *master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    char name[128] = {0};
+    if (*master < 0)
+        *failure = systemError("posix_openpt");
+    else if (grantpt(*master) != 0 || unlockpt(*master) != 0)
+        *failure = systemError("grantpt/unlockpt");
+    else if (ptsname_r(*master, name, sizeof name) != 0)
+        *failure = systemError("ptsname");
+    if (!failure->empty())
+        return false;
+    *path = name;
+    *keeper = open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
+    termios raw{};
+    if (*keeper < 0 || tcgetattr(*keeper, &raw) != 0) {
+        *failure = systemError(name);
+        return false;
+    }
+    for (int fd : {*keeper, *master}) {
+        if (tcgetattr(fd, &raw) == 0) {
+            cfmakeraw(&raw);
+            tcsetattr(fd, TCSANOW, &raw);
+        }
+    }
+    fcntl(*master, F_SETFL, fcntl(*master, F_GETFL) | O_NONBLOCK);
+    return true;
+}
+
+int baudOf(speed_t speed)
+{
+    static const struct {
+        speed_t speed;
+        int baud;
+    } known[] = {{B300, 300},     {B600, 600},     {B1200, 1200},   {B2400, 2400},
+                 {B4800, 4800},   {B9600, 9600},   {B19200, 19200}, {B38400, 38400},
+                 {B57600, 57600}, {B115200, 115200}, {B230400, 230400}};
+    for (const auto& entry : known)
+        if (entry.speed == speed)
+            return entry.baud;
+    return 0;
+}
+
+// Triangle 0 .. RampTop .. 0, one RampStep per tick.
+uint16_t rampAt(long long step)
+{
+    const long long period = 2 * RampTop / RampStep;
+    const long long phase = step % period;
+    return static_cast<uint16_t>(RampStep * (phase <= period / 2 ? phase : period - phase));
 }
 
 } // namespace
@@ -55,39 +120,13 @@ bool ServoLine::start(std::string* error)
     }
     if (stations.empty())
         failure = "no valid station id (1..247) given";
-    if (failure.empty() && !running) {
-        masterFd = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        char name[128] = {0};
-        if (masterFd < 0)
-            failure = systemError("posix_openpt");
-        else if (grantpt(masterFd) != 0 || unlockpt(masterFd) != 0)
-            failure = systemError("grantpt/unlockpt");
-        else if (ptsname_r(masterFd, name, sizeof name) != 0)
-            failure = systemError("ptsname");
-        if (failure.empty()) {
-            slavePath = name;
-            slaveKeeper = open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
-            termios raw{};
-            if (slaveKeeper < 0 || tcgetattr(slaveKeeper, &raw) != 0)
-                failure = systemError(name);
-            else {
-                // Raw, so the line discipline never changes a byte in either direction.
-                cfmakeraw(&raw);
-                tcsetattr(slaveKeeper, TCSANOW, &raw);
-                termios masterRaw{};
-                if (tcgetattr(masterFd, &masterRaw) == 0) {
-                    cfmakeraw(&masterRaw);
-                    tcsetattr(masterFd, TCSANOW, &masterRaw);
-                }
-            }
-        }
+    if (failure.empty() && !running && openRawPty(&masterFd, &slaveKeeper, &slavePath, &failure)) {
         if (failure.empty()) {
             wakeFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
             if (wakeFd < 0)
                 failure = systemError("eventfd");
         }
         if (failure.empty()) {
-            fcntl(masterFd, F_SETFL, fcntl(masterFd, F_GETFL) | O_NONBLOCK);
             running = true;
             worker = std::thread([this] { run(); });
         }
@@ -112,11 +151,89 @@ void ServoLine::stop()
     }
     if (worker.joinable())
         worker.join();
-    for (int* fd : {&masterFd, &slaveKeeper, &wakeFd}) {
+    std::lock_guard<std::mutex> guard(tapLock);
+    for (int* fd : {&masterFd, &slaveKeeper, &wakeFd, &tapFd, &tapKeeper}) {
         if (*fd >= 0)
             close(*fd);
         *fd = -1;
     }
+    tapPath.clear();
+}
+
+std::string ServoLine::openTap(std::string* error)
+{
+    std::lock_guard<std::mutex> guard(tapLock);
+    if (tapFd >= 0)
+        return tapPath;
+    std::string failure;
+    if (!openRawPty(&tapFd, &tapKeeper, &tapPath, &failure)) {
+        for (int* fd : {&tapFd, &tapKeeper}) {
+            if (*fd >= 0)
+                close(*fd);
+            *fd = -1;
+        }
+        tapPath.clear();
+        if (error != nullptr)
+            *error = failure;
+    }
+    return tapPath;
+}
+
+void ServoLine::writeToTap(const uint8_t* bytes, size_t count)
+{
+    std::lock_guard<std::mutex> guard(tapLock);
+    if (tapFd < 0)
+        return;
+    // A listener that does not keep up loses bytes; the line never waits for it.
+    size_t done = 0;
+    while (done < count) {
+        const ssize_t wrote = write(tapFd, bytes + done, count - done);
+        if (wrote <= 0)
+            return;
+        done += static_cast<size_t>(wrote);
+    }
+}
+
+void ServoLine::setMotion(bool on)
+{
+    std::lock_guard<std::mutex> guard(lock);
+    if (on && !motion)
+        nextTickNs = monotonicNs() + MotionTickMs * 1000000LL;
+    motion = on;
+    if (running) {
+        // Wake the thread so that it starts keeping the tick.
+        const uint64_t one = 1;
+        if (write(wakeFd, &one, sizeof one) < 0) {
+        }
+    }
+}
+
+void ServoLine::advanceMotion()
+{
+    std::lock_guard<std::mutex> guard(lock);
+    if (!motion)
+        return;
+    while (monotonicNs() >= nextTickNs) {
+        ++motionStep;
+        nextTickNs += MotionTickMs * 1000000LL;
+        for (auto& entry : stations) {
+            SimulatedStation& station = *entry.second;
+            station.setHoldingRegister(MotionRampAddress, rampAt(motionStep));
+            station.setHoldingRegister(MotionCounterAddress,
+                                       static_cast<uint16_t>(station.holdingRegister(MotionCounterAddress) + 1));
+        }
+    }
+}
+
+int ServoLine::pollTimeoutMs() const
+{
+    int timeout = pending.empty() ? -1 : ResyncSilenceMs;
+    if (motion) {
+        std::lock_guard<std::mutex> guard(lock);
+        const long long untilTick = std::max(0LL, (nextTickNs - monotonicNs()) / 1000000LL + 1);
+        timeout = timeout < 0 ? static_cast<int>(untilTick) : std::min(timeout, static_cast<int>(untilTick));
+    }
+    return timeout;
 }
 
 void ServoLine::run()
@@ -124,19 +241,29 @@ void ServoLine::run()
     uint8_t buffer[512];
     while (running) {
         pollfd fds[2] = {{masterFd, POLLIN, 0}, {wakeFd, POLLIN, 0}};
-        const int ready = poll(fds, 2, pending.empty() ? -1 : ResyncSilenceMs);
+        const int ready = poll(fds, 2, pollTimeoutMs());
         if (ready < 0 && errno != EINTR)
             break;
         if (!running)
             break;
+        advanceMotion();
+        if (fds[1].revents & POLLIN) {
+            uint64_t count = 0;
+            if (read(wakeFd, &count, sizeof count) < 0) {
+            }
+        }
         if (ready == 0) {
-            splitFrames(true);
+            if (!pending.empty())
+                splitFrames(true);
             continue;
         }
         if (fds[0].revents & POLLIN) {
             const ssize_t got = read(masterFd, buffer, sizeof buffer);
-            if (got > 0)
+            if (got > 0) {
+                lastHeardNs = monotonicNs();
+                writeToTap(buffer, static_cast<size_t>(got));
                 takeBytes(buffer, static_cast<size_t>(got));
+            }
         } else if (fds[0].revents & (POLLHUP | POLLERR)) {
             // No client has the line open (cannot last while we keep our own end):
             // do not spin.
@@ -192,6 +319,9 @@ void ServoLine::handleFrame(const std::vector<uint8_t>& frame)
     {
         std::lock_guard<std::mutex> guard(lock);
         heard.push_back(frame);
+        if (heard.size() > HistoryLimit)
+            heard.pop_front();
+        ++heardPerStation[slave];
         if (slave == 0) {
             // Broadcast: every station acts, none answers.
             for (auto& entry : stations)
@@ -203,9 +333,22 @@ void ServoLine::handleFrame(const std::vector<uint8_t>& frame)
             return; // nobody there: the master times out
         reply = station->applyFaults(frame, station->answer(frame), &delayMs);
     }
-    if (delayMs > 0)
-        std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+    if (reply.empty())
+        return;
+    waitBeforeReply(delayMs);
     writeToMaster(reply);
+    writeToTap(reply.data(), reply.size());
+}
+
+void ServoLine::waitBeforeReply(int extraDelayMs) const
+{
+    // The client's termios settings live on the shared slave side of the pty.
+    termios settings{};
+    const int baud = tcgetattr(slaveKeeper, &settings) == 0 ? baudOf(cfgetospeed(&settings)) : 0;
+    const long long from = lastHeardNs + interFrameGapMicros(baud) * 1000LL + extraDelayMs * 1000000LL;
+    const long long left = from - monotonicNs();
+    if (left > 0)
+        std::this_thread::sleep_for(std::chrono::nanoseconds(left));
 }
 
 void ServoLine::writeToMaster(const std::vector<uint8_t>& bytes)
@@ -303,20 +446,19 @@ void ServoLine::clearFaults()
 std::vector<std::vector<uint8_t>> ServoLine::requests() const
 {
     std::lock_guard<std::mutex> guard(lock);
-    return heard;
+    return std::vector<std::vector<uint8_t>>(heard.begin(), heard.end());
 }
 
 int ServoLine::requestCount(int station) const
 {
     std::lock_guard<std::mutex> guard(lock);
-    int count = 0;
-    for (const auto& frame : heard)
-        count += frame[0] == station ? 1 : 0;
-    return count;
+    const auto it = heardPerStation.find(station);
+    return it == heardPerStation.end() ? 0 : it->second;
 }
 
 void ServoLine::clearRequests()
 {
     std::lock_guard<std::mutex> guard(lock);
     heard.clear();
+    heardPerStation.clear();
 }

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -16,7 +17,8 @@ class SimulatedStation;
 
 // Several simulated servos on one pseudo-terminal. A client opens devicePath()
 // like a serial device; a thread reads its requests, splits them into frames,
-// hands each to the station its slave byte names and writes the reply back.
+// hands each to the station its slave byte names and writes the reply back,
+// after 3.5 characters of silence at the baud the client set, as a real servo.
 // Every public member is safe to call from any thread while the line runs.
 class ServoLine {
 public:
@@ -46,30 +48,64 @@ public:
     // The line repeats every byte it hears, as a 2-wire adapter hears itself.
     void setEcho(bool on) { echo = on; }
 
-    // Whole requests with a good CRC, in arrival order, and how many of them
-    // named each station.
+    // Something alive to poll and monitor. While on, every station's
+    //   HR1300 (address 1299, the register the driver's HR60010 mirrors) ramps
+    //          0, 30, ..., 3000 and back down, one step each MotionTickMs: a slow
+    //          speed ramp, 10 s up and 10 s down;
+    //   HR1301 (address 1300) counts up by one each MotionTickMs, wrapping at 65535,
+    //          from whatever was last written to it.
+    // Off leaves both where they are.
+    static constexpr int MotionTickMs = 100;
+    static constexpr int MotionRampAddress = 1299;
+    static constexpr int MotionCounterAddress = 1300;
+    void setMotion(bool on);
+
+    // A listen-only second pseudo-terminal that sees the line as a bus adapter in
+    // receive-only mode would: requests and replies in the order they pass, with
+    // the real silences between frames (the echo of a 2-wire line is not a frame).
+    // A listener discards the input waiting when it opens the tap: what the line
+    // said before then is kept until the tap's buffer fills. Opening it again
+    // gives the same path. Empty, with a readable error, on failure.
+    std::string openTap(std::string* error = nullptr);
+
+    // Whole requests with a good CRC, in arrival order: the last HistoryLimit of
+    // them. requestCount() counts every one since the last clearRequests().
+    static constexpr size_t HistoryLimit = 1000;
     std::vector<std::vector<uint8_t>> requests() const;
     int requestCount(int station) const;
     void clearRequests();
 
 private:
     void run();
+    int pollTimeoutMs() const;
     void takeBytes(const uint8_t* bytes, size_t count);
     void splitFrames(bool silenceSeen);
     void handleFrame(const std::vector<uint8_t>& frame);
+    void waitBeforeReply(int extraDelayMs) const;
     void writeToMaster(const std::vector<uint8_t>& bytes);
+    void writeToTap(const uint8_t* bytes, size_t count);
+    void advanceMotion();
     SimulatedStation* find(int station) const;
 
     std::map<int, std::unique_ptr<SimulatedStation>> stations;
     mutable std::mutex lock;
-    std::vector<std::vector<uint8_t>> heard;
+    std::deque<std::vector<uint8_t>> heard;
+    std::map<int, int> heardPerStation;
     std::vector<uint8_t> pending; // bytes of a frame not yet complete (thread only)
+    long long lastHeardNs = 0;    // when the last request byte came (thread only)
     std::atomic<bool> echo{false};
     std::atomic<bool> running{false};
+    std::atomic<bool> motion{false};
+    long long motionStep = 0;     // ticks since motion began (under lock)
+    long long nextTickNs = 0;     // under lock
     int masterFd = -1;
     int slaveKeeper = -1; // keeps the line up between clients' open and close
     int wakeFd = -1;
     std::string slavePath;
+    mutable std::mutex tapLock;
+    int tapFd = -1;
+    int tapKeeper = -1; // holds the tap's raw settings; its unread input is never read
+    std::string tapPath;
     std::thread worker;
 };
 

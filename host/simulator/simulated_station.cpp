@@ -108,12 +108,20 @@ std::vector<uint8_t> SimulatedStation::applyFaults(const std::vector<uint8_t>& r
         reply[0] = static_cast<uint8_t>(faults.wrongSlaveId);
         RequestFraming::restampCrc(reply.data(), reply.size());
     }
+    if (faults.wrongFunctionCode && reply.size() >= 4) {
+        // Keeps the exception bit: 3 becomes 4, 0x83 becomes 0x84, 127 becomes 1.
+        const uint8_t function = reply[1] & 0x7F;
+        reply[1] = static_cast<uint8_t>((reply[1] & 0x80) | (function % 127 + 1));
+        RequestFraming::restampCrc(reply.data(), reply.size());
+    }
     if (faults.corruptCrc && !reply.empty())
         reply.back() ^= 0xFF;
     if (faults.dropReplyBytes > 0) {
         const size_t drop = std::min(reply.size(), static_cast<size_t>(faults.dropReplyBytes));
         reply.resize(reply.size() - drop);
     }
+    if (faults.extraReplyBytes > 0 && !reply.empty())
+        reply.insert(reply.end(), static_cast<size_t>(std::min(faults.extraReplyBytes, 256)), 0xFF);
     return reply;
 }
 

@@ -4,6 +4,7 @@
 #include "port/serial_port.h"
 
 #include <QByteArray>
+#include <algorithm>
 #include <chrono>
 #include <fcntl.h>
 #include <stdlib.h>
@@ -47,6 +48,21 @@ public:
     {
         const QByteArray bytes = QByteArray::fromHex(hexBytes);
         return write(fd, bytes.constData(), bytes.size()) == bytes.size();
+    }
+    // Waits up to timeoutMs for count bytes from the port's side.
+    QByteArray take(int count, int timeoutMs)
+    {
+        QByteArray got;
+        const auto start = Clock::now();
+        while (got.size() < count && msSince(start) < timeoutMs) {
+            char chunk[256];
+            const ssize_t n = read(fd, chunk, std::min<size_t>(sizeof chunk, count - got.size()));
+            if (n > 0)
+                got.append(chunk, static_cast<int>(n));
+            else
+                usleep(500);
+        }
+        return got;
     }
 
 private:

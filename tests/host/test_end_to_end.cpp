@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <QLibrary>
+#include <QStringList>
 #include <functional>
 #include <memory>
 
@@ -57,7 +58,10 @@ struct Cell {
     int value;
 };
 
-TEST_F(DriverOverPty, EveryFunctionCodeReachesTheServo)
+// On a line that echoes and on one that does not, with the port left to find out:
+// the first read shows the echo, and from then on function 5 and 6 replies, which
+// equal their requests, are told from the echo too.
+TEST_F(DriverOverPty, EveryFunctionCodeReachesTheServoWhetherOrNotTheLineEchoes)
 {
     const struct {
         int functionCode; // 5 and above write
@@ -75,6 +79,15 @@ TEST_F(DriverOverPty, EveryFunctionCodeReachesTheServo)
         {15, Bit, 3, "DO5", "01 00 01", {{'C', 4, 1}, {'C', 5, 0}, {'C', 6, 1}}},
         {16, Word, 2, "HR60", "34 12 78 56", {{'H', 59, 0x1234}, {'H', 60, 0x5678}}},
     };
+    for (const bool echoes : {false, true}) {
+    SCOPED_TRACE(echoes ? "echoing line" : "quiet line");
+    line.setEcho(echoes);
+    ASSERT_TRUE(port->open());
+    QStringList notes;
+    port->setTraceSink([&](const QString& text) {
+        if (text.contains(QLatin1String("echo")))
+            notes << text;
+    });
     for (const auto& c : cases) {
         SCOPED_TRACE("function " + std::to_string(c.functionCode));
         line.clearRequests();
@@ -98,6 +111,9 @@ TEST_F(DriverOverPty, EveryFunctionCodeReachesTheServo)
         EXPECT_FALSE(driver->hasError()) << driver->getLastError().toStdString();
         ASSERT_EQ(line.requests().size(), 1u);
         EXPECT_EQ(line.requests().front()[1], c.functionCode);
+        EXPECT_EQ(port->discardsEcho(), echoes);
+    }
+    EXPECT_EQ(notes.size(), echoes ? 1 : 0);
     }
 }
 
@@ -114,6 +130,7 @@ TEST_F(DriverOverPty, EachInjectedFaultGivesTheDriversTextAfterRetryPlusOneAttem
         {[](StationFaults& f) { f.dropReplyBytes = 4; }, 0, false, "received bytes < 5 (read 1 word(s) from 1-HR100)"},
         {[](StationFaults& f) { f.corruptCrc = true; }, 1, false, "CRC error (read 1 word(s) from 1-HR100)"},
         {[](StationFaults& f) { f.wrongSlaveId = 7; }, 1, false, "invalid slave id:7 (read 1 word(s) from 1-HR100)"},
+        {[](StationFaults& f) { f.wrongFunctionCode = true; }, 1, false, "invalid response (read 1 word(s) from 1-HR100)"},
         {[](StationFaults& f) { f.exceptionAddress = 99; f.exceptionCode = 0x0B; }, 2, true,
          "exception code:0x0B (write 1 word to 1-HR100)"},
         // Last, with no retry: its late reply would answer the next identical request.

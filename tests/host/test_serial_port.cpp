@@ -91,30 +91,80 @@ TEST(SerialPortTest, ReceiveReturnsOnceTheBytesAreThereAndWaitsOutTheTimeOutOthe
     }
 }
 
-TEST(SerialPortTest, QuietGapBeforeASend)
+// At 1200 baud 3.5 characters are 32 ms: large against scheduling noise.
+TEST(SerialPortTest, QuietGapCountsFromTheLastRequestAndFromOpening)
+{
+    const struct {
+        bool sendBefore; // a request just went out
+        int pauseMs;     // before the request that is timed
+        long long minMs, maxMs;
+    } cases[] = {
+        {true, 0, 31, 200},
+        {false, 0, 25, 200}, // opening took some of the gap
+        {false, 40, 0, 10},
+        {true, 60, 0, 10}, // 2 characters take 18 ms, then the gap
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.sendBefore) + " " + std::to_string(c.pauseMs));
+        PtyPair pty;
+        SerialPortOptions options = portOptions(pty.path(), 200);
+        options.line.baud = 1200;
+        options.interFrameGap = true;
+        SerialPort port(options);
+        ASSERT_TRUE(port.open());
+        if (c.sendBefore)
+            port.send("\x01\x03", 2);
+        std::this_thread::sleep_for(std::chrono::milliseconds(c.pauseMs));
+        const auto start = Clock::now();
+        port.send("\x01\x03", 2);
+        EXPECT_GE(msSince(start), c.minMs);
+        EXPECT_LT(msSince(start), c.maxMs);
+    }
+}
+
+// The late reply comes while the port waits out the gap before the next request:
+// option 12 was asked before it came, and still it must not be taken as the answer.
+TEST(SerialPortTest, LateReplyArrivingInsideTheGapIsDiscardedBeforeTheRequest)
 {
     PtyPair pty;
-    SerialPortOptions options = portOptions(pty.path(), 200);
-    options.line.baud = 1200; // 3.5 characters are 32 ms: large against scheduling noise
+    SerialPortOptions options = portOptions(pty.path(), 300);
+    options.line.baud = 1200;
     options.interFrameGap = true;
     SerialPort port(options);
+    QStringList lines;
+    port.setTraceSink([&](const QString& line) { lines << line.mid(line.indexOf(QLatin1String("] ")) + 2); });
     ASSERT_TRUE(port.open());
-    port.send("\x01\x03", 2);
-    const auto start = Clock::now();
-    port.send("\x01\x03", 2);
-    EXPECT_GE(msSince(start), 31);
+    ASSERT_EQ(port.send("\x01\x03\x00\x00\x00\x01\x84\x0A", 8), 8);
+    EXPECT_EQ(hex(pty.take(8, 200)), "01 03 00 00 00 01 84 0a");
+    EXPECT_TRUE(port.setOption(DiscardInputOption, QVariant(0)));
+    std::thread servo([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        pty.send("01 03 02 00 07 f9 86"); // the first request's answer, too late
+        if (pty.take(8, 300).size() == 8)
+            pty.send("01 03 02 00 09 78 42");
+    });
+    port.send("\x01\x03\x00\x01\x00\x01\xD5\xCA", 8);
+    char reply[7] = {};
+    const int got = port.receive(reply, 7);
+    servo.join();
+    EXPECT_EQ(hex(QByteArray(reply, std::max(0, got))), "01 03 02 00 09 78 42");
+    EXPECT_EQ(lines.filter(QStringLiteral("LATE")), QStringList({"LATE 01 03 02 00 07 F9 86"}));
 }
 
 TEST(SerialPortTest, EchoDiscard)
 {
     const struct {
-        bool lineEchoes, discardEcho;
+        bool lineEchoes;
+        EchoMode mode;
         const char* reply;
         int mismatches;
+        bool discarding; // afterwards
     } cases[] = {
-        {true, true, "01 03 04 00 00 00 00 fa 33", 0},
-        {true, false, "01 03 00 00 00 02 c4 0b 01", 0}, // the echo is taken for the reply
-        {false, true, "01 03 04 00 00 00 00 fa 33", 1}, // the reply is kept for receive
+        {true, EchoMode::On, "01 03 04 00 00 00 00 fa 33", 0, true},
+        {true, EchoMode::Off, "01 03 00 00 00 02 c4 0b 01", 0, false}, // the echo is taken for the reply
+        {true, EchoMode::Auto, "01 03 04 00 00 00 00 fa 33", 0, true},
+        {false, EchoMode::On, "01 03 04 00 00 00 00 fa 33", 1, true}, // the reply is kept for receive
+        {false, EchoMode::Auto, "01 03 04 00 00 00 00 fa 33", 0, false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.reply);
@@ -122,7 +172,7 @@ TEST(SerialPortTest, EchoDiscard)
         ASSERT_TRUE(line.start());
         line.setEcho(c.lineEchoes);
         SerialPortOptions options = portOptions(line.devicePath(), 150);
-        options.discardEcho = c.discardEcho;
+        options.echoMode = c.mode;
         SerialPort port(options);
         ASSERT_TRUE(port.open());
         port.send("\x01\x03\x00\x00\x00\x02\xC4\x0B", 8);
@@ -130,6 +180,7 @@ TEST(SerialPortTest, EchoDiscard)
         const int got = port.receive(reply, 9);
         EXPECT_EQ(hex(QByteArray(reply, std::max(0, got))), c.reply);
         EXPECT_EQ(port.echoMismatches(), c.mismatches);
+        EXPECT_EQ(port.discardsEcho(), c.discarding);
     }
 }
 
