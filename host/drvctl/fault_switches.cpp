@@ -24,7 +24,7 @@ const FaultKind Kinds[] = {
     {"slave-id", "ID", 0, 255, "answers under slave id ID (with a good CRC)",
      [](const FaultSwitch& s, StationFaults* f) { f->wrongSlaveId = s.value; }},
     {"exception", "ADDRESS[:CODE]", 1, 65536,
-     "answers requests that start at ADDRESS (counted from 1, as in HR100) with exception CODE (default 4)",
+     "requests that start at ADDRESS (from 1, as in HR100) get exception CODE (default 4)",
      [](const FaultSwitch& s, StationFaults* f) {
          f->exceptionAddress = s.value - 1; // the wire counts from 0
          f->exceptionCode = static_cast<uint8_t>(s.code);
@@ -100,12 +100,13 @@ void applyFaultSwitch(const FaultSwitch& fault, StationFaults* faults)
 
 QString faultSwitchHelp()
 {
-    QStringList lines{QStringLiteral("Faults (--fault [STATION:]NAME[=VALUE], repeatable; without STATION every "
-                                     "station of the line):")};
+    QStringList lines{QStringLiteral("Faults (--fault [STATION:]NAME[=VALUE], repeatable; without STATION\n"
+                                     "every station of the line has it):")};
     for (const FaultKind& kind : Kinds) {
         const QString spelled = kind.valueName ? QStringLiteral("%1=%2").arg(QLatin1String(kind.name), QLatin1String(kind.valueName))
                                                : QLatin1String(kind.name);
-        lines << QStringLiteral("  %1%2").arg(spelled, -24).arg(QLatin1String(kind.help));
+        const QString gap = spelled.size() < 24 ? QString() : QStringLiteral("\n") + QString(26, QLatin1Char(' '));
+        lines << QStringLiteral("  %1%2%3").arg(spelled, -24).arg(gap, QLatin1String(kind.help));
     }
     return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
 }
