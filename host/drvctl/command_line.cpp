@@ -66,7 +66,9 @@ const OptionSpec Options[] = {
      [](const QString&, const QString& v, Invocation* i, QString*) { i->plugin = v; return true; }},
     {DeviceOptions, "device", "path", "Serial device; without it a simulated line is started.",
      [](const QString&, const QString& v, Invocation* i, QString*) { i->device = v; return true; }},
-    {DeviceOptions, "line", "settings", "TYPE,BAUD,PARITY,DATA,STOP (default: the driver's, RS485,9600,NONE,8,2).",
+    {DeviceOptions | SimulatedLineOptions, "line", "settings",
+     "TYPE,BAUD,PARITY,DATA,STOP (default: the driver's, RS485,9600,NONE,8,2); a simulated line answers only "
+     "at these (simulate and monitor without it: at any).",
      [](const QString&, const QString& v, Invocation* i, QString*) { i->line = v; return true; }},
     {TransactionOptions, "station", "id", "Slave id, 0..255 (default: the driver's).",
      [](const QString& n, const QString& v, Invocation* i, QString* e) { return setNumber(n, v, 0, 255, &i->station, e); }},

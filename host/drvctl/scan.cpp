@@ -69,6 +69,11 @@ int Session::scan(const Invocation& request)
     int status = lineSettings(&base);
     if (status != ExitSuccess)
         return status;
+    if (request.device.isEmpty()) {
+        status = startSimulatedLine(&base);
+        if (status != ExitSuccess)
+            return status;
+    }
     const std::vector<LineSettings> lines = lineCandidates(base, request.scanLines);
     QList<int> ids = request.scanIds;
     if (ids.isEmpty())

@@ -52,6 +52,8 @@ int Session::run()
     if (spec->needs == Needs::Line) {
         LineSettings line;
         int status = lineSettings(&line);
+        if (status == ExitSuccess && setup.device.isEmpty())
+            status = startSimulatedLine(&line);
         if (status == ExitSuccess)
             status = openPort(line);
         if (status != ExitSuccess)
@@ -69,9 +71,11 @@ int Session::loadDriver()
 
 // The one start-up path of the simulated line, for simulate, monitor and every
 // command that runs without --device.
-int Session::startSimulatedLine()
+int Session::startSimulatedLine(const LineSettings* settings)
 {
     simulatedLine = std::make_unique<ServoLine>(std::vector<int>(setup.stations.begin(), setup.stations.end()));
+    if (settings)
+        simulatedLine->setLineSettings(settings->baud, settings->stopBits);
     simulatedLine->setEcho(setup.lineEchoes);
     simulatedLine->setMotion(setup.motion);
     for (int id : simulatedLine->stationIds()) {
@@ -109,12 +113,7 @@ int Session::openPort(const LineSettings& line)
     options.interFrameGap = setup.gap;
     options.requireRs485 = setup.requireRs485;
 
-    if (setup.device.isEmpty() && !simulatedLine) {
-        const int status = startSimulatedLine();
-        if (status != ExitSuccess)
-            return status;
-    }
-    options.device = setup.device.isEmpty() ? QString::fromStdString(simulatedLine->devicePath()) : setup.device;
+    options.device = simulatedLine ? QString::fromStdString(simulatedLine->devicePath()) : setup.device;
 
     ownPort = std::make_unique<SerialPort>(options);
     port = ownPort.get();

@@ -45,7 +45,8 @@ public:
 private:
     // Setting up; each returns an exit status (ExitSuccess to go on).
     int loadDriver();
-    int startSimulatedLine();
+    // Without --device; answers at `settings` only, or at any with nullptr.
+    int startSimulatedLine(const LineSettings* settings);
     int lineSettings(LineSettings* settings);
     int openPort(const LineSettings& line);
     // The port takes the command's station, retry, delay and time-out, or the session's.

@@ -7,9 +7,12 @@
 #include <QJsonArray>
 #include <QStringList>
 
-int Session::simulate(const Invocation&)
+int Session::simulate(const Invocation& request)
 {
-    const int status = startSimulatedLine();
+    LineSettings line;
+    int status = lineSettings(&line);
+    if (status == ExitSuccess)
+        status = startSimulatedLine(request.line.isEmpty() ? nullptr : &line);
     if (status != ExitSuccess)
         return status;
     QJsonArray ids;
@@ -20,7 +23,9 @@ int Session::simulate(const Invocation&)
     }
     const QString path = QString::fromStdString(simulatedLine->devicePath());
     out.result(QJsonObject{{QStringLiteral("device"), path}, {QStringLiteral("stations"), ids}}, path);
-    out.note(QStringLiteral("simulated servos %1 answer on %2; Ctrl-C stops").arg(names.join(QStringLiteral(", ")), path));
+    out.note(QStringLiteral("simulated servos %1 answer on %2 at %3; Ctrl-C stops")
+                 .arg(names.join(QStringLiteral(", ")), path,
+                      request.line.isEmpty() ? QStringLiteral("any line settings") : line.toString()));
     waitForStopSignal(-1);
     return ExitSuccess;
 }

@@ -272,10 +272,31 @@ void ServoLine::run()
     }
 }
 
+void ServoLine::setLineSettings(int baud, int stopBits)
+{
+    lineBaud = baud;
+    lineStopBits = stopBits;
+}
+
+bool ServoLine::clientMatchesLine() const
+{
+    if (lineBaud == 0)
+        return true;
+    // The client's termios settings live on the shared slave side of the pty.
+    termios client{};
+    if (tcgetattr(slaveKeeper, &client) != 0)
+        return true;
+    // Parity cannot be told: Linux clears PARENB on every pseudo-terminal.
+    const int stopBits = (client.c_cflag & CSTOPB) ? 2 : 1;
+    return baudOf(cfgetospeed(&client)) == lineBaud && stopBits == lineStopBits;
+}
+
 void ServoLine::takeBytes(const uint8_t* bytes, size_t count)
 {
     if (echo)
         writeToMaster(std::vector<uint8_t>(bytes, bytes + count));
+    if (!clientMatchesLine())
+        return;
     pending.insert(pending.end(), bytes, bytes + count);
     splitFrames(false);
 }

@@ -45,6 +45,11 @@ public:
 
     void setFaults(int station, const StationFaults& faults);
     void clearFaults();
+    // The servos' own baud rate and stop bits, as set on their panels: requests
+    // from a client whose port is set otherwise go unanswered, as garbled bytes
+    // would on a real line (parity is not compared: a pseudo-terminal keeps none).
+    // Baud 0 (the default) answers at any settings.
+    void setLineSettings(int baud, int stopBits);
     // The line repeats every byte it hears, as a 2-wire adapter hears itself.
     void setEcho(bool on) { echo = on; }
 
@@ -85,6 +90,7 @@ private:
     void writeToMaster(const std::vector<uint8_t>& bytes);
     void writeToTap(const uint8_t* bytes, size_t count);
     void advanceMotion();
+    bool clientMatchesLine() const;
     SimulatedStation* find(int station) const;
 
     std::map<int, std::unique_ptr<SimulatedStation>> stations;
@@ -94,6 +100,8 @@ private:
     std::vector<uint8_t> pending; // bytes of a frame not yet complete (thread only)
     long long lastHeardNs = 0;    // when the last request byte came (thread only)
     std::atomic<bool> echo{false};
+    std::atomic<int> lineBaud{0};
+    std::atomic<int> lineStopBits{2};
     std::atomic<bool> running{false};
     std::atomic<bool> motion{false};
     long long motionStep = 0;     // ticks since motion began (under lock)
