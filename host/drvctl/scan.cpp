@@ -150,9 +150,12 @@ int Session::scan(const Invocation& request)
                         {QStringLiteral("interrupted"), stopped},
                         {QStringLiteral("found"), answers}};
     if (found.empty()) {
-        summary.insert(QStringLiteral("error"), QStringLiteral("nothing answered"));
+        const QString message = QStringLiteral("nothing answered (%1)").arg(tally);
+        if (!out.json())
+            return out.failure(message, ExitDriverFailure);
+        summary.insert(QStringLiteral("error"), message);
         summary.insert(QStringLiteral("exit"), ExitDriverFailure);
-        out.result(summary, QStringLiteral("nothing answered (%1)").arg(tally));
+        out.result(summary, QString());
         return ExitDriverFailure;
     }
     out.result(summary, table.join(QLatin1Char('\n')) + QLatin1Char('\n') + tally);

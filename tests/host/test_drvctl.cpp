@@ -1,31 +1,9 @@
 // drvctl as a user runs it: exit status, exact messages and results, JSON, the shell.
+#include "drvctl_runner.h"
+
 #include <gtest/gtest.h>
 
-#include <QProcess>
-#include <QProcessEnvironment>
-#include <QString>
-
 namespace {
-
-struct Outcome {
-    int exitCode = -1;
-    std::string out;
-    std::string err;
-};
-
-Outcome drvctl(const QStringList& arguments, const QByteArray& input = QByteArray())
-{
-    QProcess process; // its destructor kills a drvctl that hangs
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove(QStringLiteral("DRVCTL_PLUGIN")); // the plug-in just built, whatever the shell says
-    process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(DRVCTL_PATH), arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    const bool exited = process.waitForFinished(20000) && process.exitStatus() == QProcess::NormalExit;
-    return {exited ? process.exitCode() : -1, process.readAllStandardOutput().toStdString(),
-            process.readAllStandardError().toStdString()};
-}
 
 TEST(DrvctlTest, ExitStatusAndWholeOutput)
 {
@@ -88,6 +66,56 @@ TEST(DrvctlTest, ShellKeepsTheStationListAndTheServosBetweenCommands)
     EXPECT_EQ(QString::fromStdString(run.out).split(QLatin1Char('\n')).filter(QStringLiteral(": ")),
               QStringList({"HR100 word[1]: 1242", "HR1300 word[1]: 0xBEEF", "HR1300 word[1]: 48879",
                            "HR1300 word[1]: 0"}));
+}
+
+TEST(DrvctlTest, ShellLinesAreEachTheirOwnInvocation)
+{
+    // A line's --station and --count hold for that line only; whole-session options
+    // and commands that cannot share the line are refused.
+    const Outcome run = drvctl({"shell"}, "write HR7 11 --station 2\n"
+                                      "read HR7 --station 2 --count 2\n"
+                                      "read HR7\n"
+                                      "read HR7 --device /dev/null\n"
+                                      "scan\n"
+                                      "read HR7 --station 2\n");
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(QString::fromStdString(run.out).split(QLatin1Char('\n')).filter(QStringLiteral(": ")),
+              QStringList({"HR7 word[2]: 11 0", "HR7 word[1]: 0", "HR7 word[1]: 11"}));
+    EXPECT_EQ(run.err, "drvctl: Unknown option 'device'.\nTry 'drvctl read --help'.\n"
+                       "drvctl: scan is not available in the shell\nTry 'drvctl scan --help'.\n");
+}
+
+TEST(DrvctlTest, VersionNamesDrvctlAndThePlugin)
+{
+    const Outcome run = drvctl({"--version"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, "drvctl " DRVCTL_VERSION "\nTeco Servo 1.0.0 (" TECO_SERVO_PLUGIN_PATH ")\n");
+}
+
+TEST(DrvctlTest, FaultSwitchesReachTheSimulatedServos)
+{
+    const struct {
+        const char* fault;
+        int exitCode;
+        const char* err;
+    } cases[] = {
+        {"1:silent", 1, "drvctl: PLC no response (read 1 word(s) from 1-HR1)\n"},
+        {"delay=200", 1, "drvctl: PLC no response (read 1 word(s) from 1-HR1)\n"},
+        {"1:drop=1", 1, "drvctl: packet loss (read 1 word(s) from 1-HR1)\n"},
+        {"1:bad-crc", 1, "drvctl: CRC error (read 1 word(s) from 1-HR1)\n"},
+        {"1:slave-id=9", 1, "drvctl: invalid slave id:9 (read 1 word(s) from 1-HR1)\n"},
+        {"1:exception=1:2", 1, "drvctl: exception code:0x02 (read 1 word(s) from 1-HR1)\n"},
+        {"1:exception=2", 0, ""}, // another address
+        {"1:wrong-function", 1, "drvctl: invalid response (read 1 word(s) from 1-HR1)\n"},
+        {"2:silent", 0, ""}, // another station
+        {"1:extra=2", 0, ""}, // the driver reads exactly the reply and flushes the rest
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.fault);
+        const Outcome run = drvctl({"read", "HR1", "--retry", "0", "--timeout", "60", "--fault", c.fault});
+        EXPECT_EQ(run.exitCode, c.exitCode);
+        EXPECT_EQ(run.err, c.err);
+    }
 }
 
 } // namespace
