@@ -153,6 +153,34 @@ const OptionSpec Options[] = {
 // Options a shell line may not change: they belong to the shell's driver and line.
 constexpr unsigned WholeSessionOptions = PluginOptions | DeviceOptions | LinkOptions | SimulatedLineOptions;
 
+// Words of text in lines of at most 79 columns, each after `indent` spaces but the first.
+QString wrapped(const QString& text, int indent)
+{
+    QString result;
+    int column = indent;
+    for (const QString& word : text.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+        if (column > indent && column + 1 + word.size() > 79) {
+            result += QLatin1Char('\n') + QString(indent, QLatin1Char(' '));
+            column = indent;
+        } else if (column > indent) {
+            result += QLatin1Char(' ');
+            ++column;
+        }
+        result += word;
+        column += word.size();
+    }
+    return result;
+}
+
+QString optionHelp(const QString& names, const QString& description)
+{
+    constexpr int Column = 26;
+    const QString head = QStringLiteral("  ") + names;
+    const QString gap = head.size() < Column ? QString(Column - head.size(), QLatin1Char(' '))
+                                             : QLatin1Char('\n') + QString(Column, QLatin1Char(' '));
+    return head + gap + wrapped(description, Column) + QLatin1Char('\n');
+}
+
 // One command's parser, built on first use and kept.
 struct CommandGrammar {
     QCommandLineParser parser;
@@ -188,10 +216,17 @@ CommandGrammar* grammarFor(const CommandSpec& spec, bool shellLine)
                                           : QCommandLineOption(name, QLatin1String(option.description)));
         grammar->options.emplace_back(&option, name);
     }
-    // Qt's own "Usage:" line names the program's path; ours names the command.
-    QString help = parser.helpText();
-    help = QStringLiteral("Usage: drvctl %1 [options] %2").arg(QLatin1String(spec.name), QLatin1String(spec.synopsis))
-           + help.mid(help.indexOf(QLatin1Char('\n')));
+    // Written here rather than by Qt, whose help needs a QCoreApplication (the
+    // fuzzers and tests have none) and names the program's path.
+    const QString usage = QStringLiteral("Usage: drvctl %1 [options] %2").arg(QLatin1String(spec.name), QLatin1String(spec.synopsis));
+    QString help = QStringLiteral("%1\n%2\n\nOptions:\n").arg(usage.trimmed(), wrapped(QLatin1String(spec.description), 0));
+    help += optionHelp(QStringLiteral("-h, --help"), QStringLiteral("Show this help."));
+    if (!shellLine)
+        help += optionHelp(QStringLiteral("--json"), QStringLiteral("One JSON object per result or failure, for scripts."));
+    for (const auto& option : grammar->options) {
+        const QString value = option.first->valueName ? QStringLiteral(" <%1>").arg(QLatin1String(option.first->valueName)) : QString();
+        help += optionHelp(QStringLiteral("--") + option.second + value, QLatin1String(option.first->description));
+    }
     if (spec.options & SimulatedLineOptions)
         help += QLatin1Char('\n') + faultSwitchHelp();
     grammar->help = help + QLatin1Char('\n') + QLatin1String(ExitCodesText);
