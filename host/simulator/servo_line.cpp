@@ -80,6 +80,13 @@ int baudOf(speed_t speed)
     return 0;
 }
 
+void sleepUntil(long long monotonicTimeNs)
+{
+    const long long left = monotonicTimeNs - monotonicNs();
+    if (left > 0)
+        std::this_thread::sleep_for(std::chrono::nanoseconds(left));
+}
+
 // Triangle 0 .. RampTop .. 0, one RampStep per tick.
 uint16_t rampAt(long long step)
 {
@@ -259,11 +266,8 @@ void ServoLine::run()
         }
         if (fds[0].revents & POLLIN) {
             const ssize_t got = read(masterFd, buffer, sizeof buffer);
-            if (got > 0) {
-                lastHeardNs = monotonicNs();
-                writeToTap(buffer, static_cast<size_t>(got));
+            if (got > 0)
                 takeBytes(buffer, static_cast<size_t>(got));
-            }
         } else if (fds[0].revents & (POLLHUP | POLLERR)) {
             // No client has the line open (cannot last while we keep our own end):
             // do not spin.
@@ -295,6 +299,15 @@ void ServoLine::takeBytes(const uint8_t* bytes, size_t count)
 {
     if (echo)
         writeToMaster(std::vector<uint8_t>(bytes, bytes + count));
+    const LinePace pace = linePace();
+    if (pace.kept) {
+        // The pty hands a request over at once; a real line takes its characters' time.
+        lastHeardNs = std::max(monotonicNs(), lastHeardNs) + static_cast<long long>(count) * pace.characterNs;
+        sleepUntil(lastHeardNs);
+        writeToTap(bytes, count);
+    } else {
+        lastHeardNs = monotonicNs();
+    }
     if (!clientMatchesLine())
         return;
     pending.insert(pending.end(), bytes, bytes + count);
@@ -352,24 +365,40 @@ void ServoLine::handleFrame(const std::vector<uint8_t>& frame)
         SimulatedStation* station = find(slave);
         if (station == nullptr)
             return; // nobody there: the master times out
-        reply = station->applyFaults(frame, station->answer(frame), &delayMs);
+        reply = station->reply(frame, &delayMs);
     }
     if (reply.empty())
         return;
-    waitBeforeReply(delayMs);
+    long long sendAt = monotonicNs() + delayMs * 1000000LL;
+    const LinePace pace = linePace();
+    if (pace.kept) {
+        // A servo answers 3.5 characters after the request, and its reply takes its time too.
+        sendAt = std::max(sendAt, lastHeardNs + pace.gapNs + delayMs * 1000000LL)
+               + static_cast<long long>(reply.size()) * pace.characterNs;
+    }
+    sleepUntil(sendAt);
     writeToMaster(reply);
     writeToTap(reply.data(), reply.size());
 }
 
-void ServoLine::waitBeforeReply(int extraDelayMs) const
+ServoLine::LinePace ServoLine::linePace() const
 {
+    LinePace pace;
+    {
+        std::lock_guard<std::mutex> guard(tapLock);
+        pace.kept = tapFd >= 0;
+    }
     // The client's termios settings live on the shared slave side of the pty.
     termios settings{};
-    const int baud = tcgetattr(slaveKeeper, &settings) == 0 ? baudOf(cfgetospeed(&settings)) : 0;
-    const long long from = lastHeardNs + interFrameGapMicros(baud) * 1000LL + extraDelayMs * 1000000LL;
-    const long long left = from - monotonicNs();
-    if (left > 0)
-        std::this_thread::sleep_for(std::chrono::nanoseconds(left));
+    if (!pace.kept || tcgetattr(slaveKeeper, &settings) != 0)
+        return pace;
+    const int baud = baudOf(cfgetospeed(&settings));
+    const tcflag_t size = settings.c_cflag & CSIZE;
+    const int dataBits = size == CS5 ? 5 : size == CS6 ? 6 : size == CS7 ? 7 : 8;
+    const int bits = 1 + dataBits + ((settings.c_cflag & PARENB) ? 1 : 0) + ((settings.c_cflag & CSTOPB) ? 2 : 1);
+    pace.characterNs = baud > 0 ? bits * 1000000000LL / baud : 0;
+    pace.gapNs = interFrameGapMicros(baud) * 1000LL;
+    return pace;
 }
 
 void ServoLine::writeToMaster(const std::vector<uint8_t>& bytes)

@@ -17,8 +17,8 @@ class SimulatedStation;
 
 // Several simulated servos on one pseudo-terminal. A client opens devicePath()
 // like a serial device; a thread reads its requests, splits them into frames,
-// hands each to the station its slave byte names and writes the reply back,
-// after 3.5 characters of silence at the baud the client set, as a real servo.
+// hands each to the station its slave byte names and writes the reply back at
+// once; with a tap open it keeps the pace of a real line instead (see openTap).
 // Every public member is safe to call from any thread while the line runs.
 class ServoLine {
 public:
@@ -68,6 +68,9 @@ public:
     // A listen-only second pseudo-terminal that sees the line as a bus adapter in
     // receive-only mode would: requests and replies in the order they pass, with
     // the real silences between frames (the echo of a 2-wire line is not a frame).
+    // From then on the line keeps the pace of the baud rate the client set: each
+    // frame reaches the other side (and the tap) after its characters' time, and a
+    // reply starts 3.5 characters after its request.
     // A listener discards the input waiting when it opens the tap: what the line
     // said before then is kept until the tap's buffer fills. Opening it again
     // gives the same path. Empty, with a readable error, on failure.
@@ -86,7 +89,12 @@ private:
     void takeBytes(const uint8_t* bytes, size_t count);
     void splitFrames(bool silenceSeen);
     void handleFrame(const std::vector<uint8_t>& frame);
-    void waitBeforeReply(int extraDelayMs) const;
+    struct LinePace {
+        bool kept = false; // only while a tap is open
+        long long characterNs = 0;
+        long long gapNs = 0;
+    };
+    LinePace linePace() const;
     void writeToMaster(const std::vector<uint8_t>& bytes);
     void writeToTap(const uint8_t* bytes, size_t count);
     void advanceMotion();
@@ -98,7 +106,7 @@ private:
     std::deque<std::vector<uint8_t>> heard;
     std::map<int, int> heardPerStation;
     std::vector<uint8_t> pending; // bytes of a frame not yet complete (thread only)
-    long long lastHeardNs = 0;    // when the last request byte came (thread only)
+    long long lastHeardNs = 0;    // when the last request byte ended (thread only)
     std::atomic<bool> echo{false};
     std::atomic<int> lineBaud{0};
     std::atomic<int> lineStopBits{2};

@@ -87,23 +87,20 @@ std::vector<uint8_t> SimulatedStation::exceptionReply(const std::vector<uint8_t>
     return drainReply();
 }
 
-std::vector<uint8_t> SimulatedStation::applyFaults(const std::vector<uint8_t>& request,
-                                                   std::vector<uint8_t> reply, int* delayMs)
+std::vector<uint8_t> SimulatedStation::reply(const std::vector<uint8_t>& request, int* delayMs)
 {
     *delayMs = 0;
     if (!faults.any() || faults.remaining == 0)
-        return reply;
+        return answer(request);
     if (faults.remaining > 0)
         --faults.remaining;
 
+    const bool refused = faults.exceptionAddress >= 0 && request.size() >= 4
+                      && ((request[2] << 8) | request[3]) == faults.exceptionAddress;
+    std::vector<uint8_t> reply = refused ? exceptionReply(request, faults.exceptionCode) : answer(request);
     if (faults.silent)
         return {};
     *delayMs = faults.replyDelayMs;
-    if (faults.exceptionAddress >= 0 && request.size() >= 4) {
-        const int start = (request[2] << 8) | request[3];
-        if (start == faults.exceptionAddress)
-            reply = exceptionReply(request, faults.exceptionCode);
-    }
     if (faults.wrongSlaveId >= 0 && !reply.empty()) {
         reply[0] = static_cast<uint8_t>(faults.wrongSlaveId);
         RequestFraming::restampCrc(reply.data(), reply.size());

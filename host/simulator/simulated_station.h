@@ -29,10 +29,10 @@ public:
     // The reply to one whole request (CRC checked by the caller), before faults.
     // Empty for a broadcast.
     std::vector<uint8_t> answer(const std::vector<uint8_t>& request);
-    // The reply as the faults make it: may be empty (silent), shortened, corrupted.
-    // Counts the request against faults.remaining.
-    std::vector<uint8_t> applyFaults(const std::vector<uint8_t>& request,
-                                     std::vector<uint8_t> reply, int* delayMs);
+    // Acts on the request and replies as the faults make it: may be empty
+    // (silent), shortened, corrupted. A request that gets an exception changes
+    // nothing. Counts the request against faults.remaining.
+    std::vector<uint8_t> reply(const std::vector<uint8_t>& request, int* delayMs);
 
     StationFaults faults;
 

@@ -1,12 +1,16 @@
 #ifndef HOST_TESTS_HOST_TEST_SUPPORT_H
 #define HOST_TESTS_HOST_TEST_SUPPORT_H
 
+#include "interface/driver_interface.h"
 #include "port/serial_port.h"
 
 #include <QByteArray>
+#include <QStringList>
+#include <QLibrary>
 #include <algorithm>
 #include <chrono>
 #include <fcntl.h>
+#include <memory>
 #include <stdlib.h>
 #include <string>
 #include <unistd.h>
@@ -18,6 +22,9 @@ inline long long msSince(Clock::time_point start)
     return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
 }
 
+// A list of texts as one, for readable failure messages.
+inline std::string lines(const QStringList& texts) { return texts.join(QLatin1Char('\n')).toStdString(); }
+
 // Bytes as tests spell them: "01 03 0a".
 inline std::string hex(const QByteArray& bytes) { return bytes.toHex(' ').toStdString(); }
 
@@ -28,6 +35,15 @@ inline SerialPortOptions portOptions(const std::string& device, int timeoutMs)
     options.timeoutMs = timeoutMs;
     options.interFrameGap = false;
     return options;
+}
+
+// A new driver object from the built plug-in, as a host gets one.
+inline std::unique_ptr<DriverInterface> createDriver()
+{
+    static QLibrary library(QStringLiteral(TECO_SERVO_PLUGIN_PATH));
+    using Factory = DriverInterface* (*)();
+    const auto factory = reinterpret_cast<Factory>(library.resolve("CreateDriver"));
+    return std::unique_ptr<DriverInterface>(factory ? factory() : nullptr);
 }
 
 // A bare pseudo-terminal: the port under test opens path(), the test sends raw bytes.

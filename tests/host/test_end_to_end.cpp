@@ -2,26 +2,15 @@
 // simulated servos: every function code, injected faults with the dispatch's
 // retries, and the station-list fan-out.
 #include "host_test_support.h"
-#include "interface/driver_interface.h"
 #include "simulator/servo_line.h"
 
 #include <gtest/gtest.h>
 
-#include <QLibrary>
 #include <QStringList>
 #include <functional>
 #include <memory>
 
 namespace {
-
-// A new driver object from the built plug-in, as a host gets one.
-std::unique_ptr<DriverInterface> createDriver()
-{
-    static QLibrary library(QStringLiteral(TECO_SERVO_PLUGIN_PATH));
-    using Factory = DriverInterface* (*)();
-    const auto factory = reinterpret_cast<Factory>(library.resolve("CreateDriver"));
-    return std::unique_ptr<DriverInterface>(factory ? factory() : nullptr);
-}
 
 class DriverOverPty : public ::testing::Test {
 protected:

@@ -1,0 +1,361 @@
+// The line monitor: frames cut by silence from timed reads, transactions paired
+// and decoded in the driver's terms, and, over real pseudo-terminals, a driver
+// session on the simulated line seen through its listen-only tap, saved as pcap
+// and read back by Wireshark's tshark.
+#include "host_test_support.h"
+#include "monitor/frame_splitter.h"
+#include "monitor/pcap_writer.h"
+#include "monitor/rtu_frame_layout.h"
+#include "monitor/transaction_decoder.h"
+#include "monitor/transaction_format.h"
+#include "simulator/servo_line.h"
+
+#include <gtest/gtest.h>
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <poll.h>
+#include <termios.h>
+#include <thread>
+
+namespace {
+
+constexpr long long Ms = 1000000;
+
+LineSettings line9600()
+{
+    LineSettings line;
+    line.baud = 9600; // 11-bit characters of 1.146 ms; 3.5 of them 4.01 ms
+    return line;
+}
+
+// "[  12.345678] station 1 fn 3 ... (4.1 ms)" without the two times.
+QString withoutTimes(const QString& line)
+{
+    QString text = line;
+    text.remove(QRegularExpression(QStringLiteral("^\\[ *\\d+\\.\\d{6}\\] ")));
+    text.remove(QRegularExpression(QStringLiteral(" \\(\\d+\\.\\d ms\\)$")));
+    return text;
+}
+
+QByteArray withCrc(const char* hexFrame)
+{
+    QByteArray frame = QByteArray::fromHex(hexFrame);
+    const uint16_t crc = RtuFrameLayout::crc16(reinterpret_cast<const uint8_t*>(frame.constData()), frame.size());
+    frame.append(static_cast<char>(crc & 0xFF));
+    frame.append(static_cast<char>(crc >> 8));
+    return frame;
+}
+
+struct Chunk {
+    const char* bytes;
+    double readMs;
+};
+
+TEST(FrameSplitterTest, CutsAtSilencesAndWhereAFrameOfKnownLengthEnds)
+{
+    const struct {
+        const char* name;
+        std::vector<Chunk> chunks;
+        QStringList frames; // "+" marks one that came without a silence before it
+    } cases[] = {
+        {"request, 4 ms of silence, reply",
+         {{"010300630001 7414", 9.2}, {"0103021234 b533", 9.2 + 4.1 + 8.1}},
+         {"01 03 00 63 00 01 74 14", "01 03 02 12 34 B5 33"}},
+        {"the same, read late in one go",
+         {{"010300630001 7414 0103021234 b533", 30}},
+         {"01 03 00 63 00 01 74 14", "+01 03 02 12 34 B5 33"}},
+        {"a frame in two reads, each as long after the other as its bytes took",
+         {{"01030063", 4.6}, {"00017414", 9.2}},
+         {"01 03 00 63 00 01 74 14"}},
+        {"less than 2.5 characters between two reads is no boundary",
+         {{"0103", 2.3}, {"006300017414", 2.3 + 2.5 + 6.9}},
+         {"01 03 00 63 00 01 74 14"}},
+        {"trailing bytes after a reply",
+         {{"0103021234b533ffffff", 11.5}},
+         {"01 03 02 12 34 B5 33", "+FF FF FF"}},
+        {"a broken reply and the next request read together",
+         {{"0103021234 010300630001 7414", 40}},
+         {"01 03 02 12 34", "+01 03 00 63 00 01 74 14"}},
+        {"noise, silence, request",
+         {{"00ff", 2.3}, {"010300630001 7414", 30}},
+         {"00 FF", "01 03 00 63 00 01 74 14"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        FrameSplitter splitter(line9600());
+        std::vector<LineFrame> frames;
+        for (const Chunk& chunk : c.chunks) {
+            const QByteArray bytes = QByteArray::fromHex(chunk.bytes);
+            const auto cut = splitter.feed(bytes.constData(), bytes.size(), static_cast<long long>(chunk.readMs * Ms));
+            frames.insert(frames.end(), cut.begin(), cut.end());
+        }
+        const long long last = static_cast<long long>(c.chunks.back().readMs * Ms);
+        EXPECT_TRUE(splitter.idle(last + 2 * Ms).empty()); // 2 ms of silence does not end a frame
+        for (const LineFrame& frame : splitter.idle(last + 3 * Ms))
+            frames.push_back(frame);
+        EXPECT_TRUE(splitter.finish().empty());
+        QStringList texts;
+        for (const LineFrame& frame : frames)
+            texts << (frame.afterSilence ? QString() : QStringLiteral("+")) + hexBytes(frame.bytes);
+        EXPECT_EQ(lines(texts), lines(c.frames));
+    }
+}
+
+// Frames 10 ms apart with good CRCs (written as their first bytes).
+TEST(TransactionDecoderTest, PairsWhatTheSimulatorCannotProduce)
+{
+    const struct {
+        const char* name;
+        std::vector<const char*> frames;
+        QStringList transactions;
+    } cases[] = {
+        {"a retried read after silence",
+         {"010300000001", "010300000001", "0103020005"},
+         {"station 1 fn 3 read HR1 x1: no reply", "station 1 fn 3 read HR1 x1 = 5"}},
+        {"a write of one register is answered by its copy",
+         {"01060009abcd", "01060009abcd"},
+         {"station 1 fn 6 write FN6HR10 x1 = 43981"}},
+        {"a broadcast wants no reply; a reply nobody asked for",
+         {"000f000000030105", "0103020005"},
+         {"broadcast fn 15 write DO1 x3 = 1 0 1", "station 1 fn 3: frame without a request"}},
+        {"a reply of the wrong length",
+         {"010400000001", "010404000500ff"},
+         {"station 1 fn 4 read IR1 x1: reply of 9 bytes where 7 were expected"}},
+        {"an exception to a read of coils, a function without a layout",
+         {"010100130025", "018102", "010800000000", "010800000000"},
+         {"station 1 fn 1 read DO20 x37: exception 0x02 (illegal data address)", "station 1 fn 8"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        TransactionDecoder decoder;
+        std::vector<MonitoredTransaction> done;
+        long long time = 0;
+        for (const char* hexFrame : c.frames) {
+            LineFrame frame;
+            frame.bytes = withCrc(hexFrame);
+            frame.startNs = time;
+            frame.endNs = time + Ms;
+            time += 10 * Ms;
+            for (const auto& t : decoder.take(frame))
+                done.push_back(t);
+        }
+        for (const auto& t : decoder.finish())
+            done.push_back(t);
+        QStringList texts;
+        for (const auto& t : done)
+            texts << withoutTimes(formatTransaction(t));
+        EXPECT_EQ(lines(texts), lines(c.transactions));
+    }
+}
+
+} // namespace
+
+namespace {
+
+// Reads the tap as a monitor does: every read stamped, cut into frames, paired.
+class TapListener {
+public:
+    TapListener(const std::string& path, const LineSettings& line) : splitter(line), decoder(300 * Ms)
+    {
+        fd = open(path.c_str(), O_RDONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+        termios raw{};
+        if (fd >= 0 && tcgetattr(fd, &raw) == 0) {
+            cfmakeraw(&raw);
+            tcsetattr(fd, TCSANOW, &raw);
+            tcflush(fd, TCIFLUSH); // what the line said before we listened
+        }
+        if (fd >= 0)
+            reader = std::thread([this] { run(); });
+    }
+    ~TapListener()
+    {
+        stop();
+        if (fd >= 0)
+            close(fd);
+    }
+    bool listening() const { return fd >= 0; }
+    void stop()
+    {
+        running = false;
+        if (reader.joinable())
+            reader.join();
+        std::lock_guard<std::mutex> guard(lock);
+        keep(splitter.finish());
+        for (const auto& t : decoder.finish())
+            transactions.push_back(t);
+    }
+    // Waits until the line has been quiet long enough for everything to be out.
+    std::vector<MonitoredTransaction> settled()
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        std::lock_guard<std::mutex> guard(lock);
+        std::vector<MonitoredTransaction> out;
+        out.swap(transactions);
+        return out;
+    }
+    std::vector<LineFrame> frames;
+
+private:
+    static long long now()
+    {
+        return std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now().time_since_epoch()).count();
+    }
+    void keep(const std::vector<LineFrame>& cut)
+    {
+        for (const LineFrame& frame : cut) {
+            frames.push_back(frame);
+            for (const auto& t : decoder.take(frame))
+                transactions.push_back(t);
+        }
+    }
+    void run()
+    {
+        while (running) {
+            pollfd in = {fd, POLLIN, 0};
+            const int ready = poll(&in, 1, 1);
+            const long long readNs = now();
+            std::lock_guard<std::mutex> guard(lock);
+            if (ready > 0 && (in.revents & POLLIN)) {
+                char chunk[512];
+                const ssize_t got = read(fd, chunk, sizeof chunk);
+                if (got > 0)
+                    keep(splitter.feed(chunk, static_cast<int>(got), readNs));
+            } else {
+                keep(splitter.idle(readNs));
+            }
+            for (const auto& t : decoder.expire(readNs))
+                transactions.push_back(t);
+        }
+    }
+
+    int fd = -1;
+    FrameSplitter splitter;
+    TransactionDecoder decoder;
+    std::vector<MonitoredTransaction> transactions;
+    std::mutex lock;
+    std::atomic<bool> running{true};
+    std::thread reader;
+};
+
+// The driver on the simulated line at 9600 baud, a monitor on its tap, and the
+// port's trace recording what the driver sent and got.
+class MonitoredSession : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        std::string error;
+        ASSERT_TRUE(line.start(&error)) << error;
+        const std::string tap = line.openTap(&error);
+        ASSERT_FALSE(tap.empty()) << error;
+        listener = std::make_unique<TapListener>(tap, line9600());
+        ASSERT_TRUE(listener->listening());
+        driver = createDriver();
+        ASSERT_TRUE(driver);
+        SerialPortOptions options = portOptions(line.devicePath(), 150);
+        options.interFrameGap = true;
+        options.retry = 0;
+        port = std::make_unique<SerialPort>(options);
+        port->setTraceSink([this](const QString& text) {
+            const QString bytes = text.section(QLatin1String("] "), 1).mid(3);
+            if (text.contains(QLatin1String("] TX ")))
+                sent << bytes;
+            else if (text.contains(QLatin1String("] RX ")))
+                got.last() += (got.last().isEmpty() ? QString() : QStringLiteral(" ")) + bytes;
+            if (text.contains(QLatin1String("] TX ")))
+                got << QString();
+        });
+        ASSERT_TRUE(port->open());
+        driver->initialize(port.get());
+    }
+
+    ServoLine line;
+    std::unique_ptr<TapListener> listener;
+    std::unique_ptr<DriverInterface> driver;
+    std::unique_ptr<SerialPort> port;
+    QStringList sent, got; // one entry per request, the reply bytes the driver read
+};
+
+TEST_F(MonitoredSession, DecodesEveryFunctionCodeAndEveryFaultAsTheDriverSawThem)
+{
+    line.setHoldingRegister(1, 99, 0x1234);
+    line.setHoldingRegister(1, 100, 1);
+    line.setInputRegister(1, 4, 0xBEEF);
+    line.setCoil(1, 4, true);
+    line.setCoil(1, 6, true);
+    line.setDiscreteInput(1, 6, true);
+    const struct {
+        std::function<void(StationFaults&)> fault;
+        bool isWrite;
+        int type, count;
+        const char* address;
+        const char* data; // written, in host order
+        const char* decoded;
+    } cases[] = {
+        {{}, false, Bit, 3, "DO5", "", "station 1 fn 1 read DO5 x3 = 1 0 1"},
+        {{}, false, Bit, 2, "DI6", "", "station 1 fn 2 read DI6 x2 = 0 1"},
+        {{}, false, Word, 2, "HR100", "", "station 1 fn 3 read HR100 x2 = 4660 1"},
+        {{}, false, Word, 1, "IR5", "", "station 1 fn 4 read IR5 x1 = 48879"},
+        {{}, true, Bit, 1, "FN5DO9", "01", "station 1 fn 5 write FN5DO9 x1 = 1"},
+        {{}, true, Word, 1, "FN6HR50", "cd ab", "station 1 fn 6 write FN6HR50 x1 = 43981"},
+        {{}, true, Bit, 3, "DO5", "00 01 01", "station 1 fn 15 write DO5 x3 = 0 1 1"},
+        {{}, true, Word, 2, "HR60", "34 12 78 56", "station 1 fn 16 write HR60 x2 = 4660 22136"},
+        {[](StationFaults& f) { f.silent = true; }, false, Word, 1, "HR100", "", "station 1 fn 3 read HR100 x1: no reply"},
+        {[](StationFaults& f) { f.dropReplyBytes = 2; }, false, Word, 1, "HR100", "",
+         "station 1 fn 3 read HR100 x1: truncated frame (5 of 7 bytes)"},
+        {[](StationFaults& f) { f.corruptCrc = true; }, false, Word, 1, "HR100", "", "station 1 fn 3 read HR100 x1: bad CRC"},
+        {[](StationFaults& f) { f.wrongSlaveId = 7; }, false, Word, 1, "HR100", "",
+         "station 1 fn 3 read HR100 x1: reply from station 7"},
+        {[](StationFaults& f) { f.wrongFunctionCode = true; }, false, Word, 1, "HR100", "",
+         "station 1 fn 3 read HR100 x1: reply with function 4"},
+        {[](StationFaults& f) { f.extraReplyBytes = 3; }, false, Word, 1, "HR100", "",
+         "station 1 fn 3 read HR100 x1 = 4660, 3 extra bytes after the reply"},
+        {[](StationFaults& f) { f.exceptionAddress = 99; f.exceptionCode = 2; }, true, Word, 1, "HR100", "01 00",
+         "station 1 fn 16 write HR100 x1 = 1, exception 0x02 (illegal data address)"},
+        {[](StationFaults& f) { f.replyDelayMs = 40; }, false, Word, 1, "HR100", "", "station 1 fn 3 read HR100 x1 = 4660"},
+    };
+    QStringList expected, decoded;
+    std::vector<MonitoredTransaction> transactions;
+    for (const auto& c : cases) {
+        StationFaults faults;
+        if (c.fault)
+            c.fault(faults);
+        line.setFaults(1, faults);
+        const CommunicatorCommand command(c.type, c.count, QString::fromLatin1(c.address));
+        if (c.isWrite)
+            driver->write(port.get(), command, QByteArray::fromHex(c.data));
+        else
+            driver->read(port.get(), command);
+        expected << QString::fromLatin1(c.decoded);
+        for (const auto& t : listener->settled())
+            transactions.push_back(t);
+    }
+    listener->stop();
+    for (const auto& t : listener->settled())
+        transactions.push_back(t);
+    for (const auto& t : transactions)
+        decoded << withoutTimes(formatTransaction(t));
+    EXPECT_EQ(lines(decoded), lines(expected));
+
+    // Byte for byte what the driver sent, and what it read is where the reply starts.
+    ASSERT_EQ(transactions.size(), static_cast<size_t>(sent.size()));
+    for (size_t i = 0; i < transactions.size(); ++i) {
+        SCOPED_TRACE(expected.value(static_cast<int>(i)).toStdString());
+        EXPECT_EQ(hexBytes(transactions[i].request.bytes), sent[static_cast<int>(i)]);
+        EXPECT_TRUE(hexBytes(transactions[i].reply.bytes).startsWith(got[static_cast<int>(i)]));
+        EXPECT_LE(transactions[i].request.endNs, transactions[i].reply.bytes.isEmpty() ? transactions[i].request.endNs
+                                                                                       : transactions[i].reply.startNs);
+    }
+    // A servo answers 3.5 characters (4 ms) after the request at the earliest; this one 40 ms later still.
+    const MonitoredTransaction& late = transactions.back();
+    EXPECT_GE(late.reply.startNs - late.request.endNs, 40 * Ms);
+    EXPECT_GE(transactions.front().reply.startNs - transactions.front().request.endNs, 3 * Ms);
+}
+
+} // namespace
