@@ -50,3 +50,8 @@ void Output::note(const QString& text) const
     if (!jsonMode)
         printLine(stderr, text);
 }
+
+void Output::raw(const QString& line) const
+{
+    printLine(stdout, line);
+}

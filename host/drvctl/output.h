@@ -18,6 +18,8 @@ public:
     // in JSON mode the failure object with exit status 2; returns 2.
     int usage(const QString& message, const QString& command) const;
     void note(const QString& text) const; // stderr, text mode only
+    // A line already in the form asked for (text or JSON), to stdout.
+    void raw(const QString& line) const;
 
 private:
     bool jsonMode;

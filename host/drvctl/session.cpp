@@ -5,6 +5,7 @@
 #include "drvctl/fault_switches.h"
 #include "drvctl/plugin_loading.h"
 #include "drvctl/stop_signals.h"
+#include "drvctl/trace_capture.h"
 #include "interface/driver_interface.h"
 #include "simulator/servo_line.h"
 #include "tools/driver_setting.h"
@@ -26,6 +27,8 @@ Session::Session(const Invocation& invocation) : setup(invocation), out(invocati
 Session::~Session()
 {
     ownPort.reset();
+    if (capture)
+        capture->finish();
     simulatedLine.reset();
     // The root object belongs to the loader's library; it goes with the process.
 }
@@ -115,10 +118,24 @@ int Session::openPort(const LineSettings& line)
 
     options.device = simulatedLine ? QString::fromStdString(simulatedLine->devicePath()) : setup.device;
 
+    if (!setup.pcapFile.isEmpty() && !capture) {
+        capture = std::make_unique<TraceCapture>();
+        QString error;
+        if (!capture->open(setup.pcapFile, &error))
+            return out.failure(error, ExitSetup);
+    }
     ownPort = std::make_unique<SerialPort>(options);
     port = ownPort.get();
-    if (setup.trace)
-        ownPort->setTraceSink([](const QString& line) { std::fprintf(stderr, "%s\n", line.toLocal8Bit().constData()); });
+    if (setup.trace || capture) {
+        const bool print = setup.trace;
+        TraceCapture* frames = capture.get();
+        ownPort->setTraceSink([print, frames](const QString& line) {
+            if (print)
+                std::fprintf(stderr, "%s\n", line.toLocal8Bit().constData());
+            if (frames)
+                frames->take(line);
+        });
+    }
     if (!ownPort->open())
         return out.failure(ownPort->errorString(), ExitSetup);
     if (setup.trace && !ownPort->rs485Status().isEmpty())

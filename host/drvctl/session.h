@@ -12,6 +12,7 @@
 class AbstractDeviceInterface;
 class DriverInterface;
 class ServoLine;
+class TraceCapture;
 struct CommandSpec;
 
 // One drvctl run: the driver plug-in, the line (a serial device or a simulated
@@ -63,6 +64,7 @@ private:
     std::unique_ptr<SerialPort> ownPort;
     AbstractDeviceInterface* port = nullptr; // ownPort, or one attached
     SerialPortOptions baseline;              // what useTransactionSettings falls back to
+    std::unique_ptr<TraceCapture> capture;   // --pcap
 };
 
 #endif
