@@ -87,11 +87,6 @@ int Session::monitor(const Invocation& request)
         device = QString::fromStdString(simulatedLine->openTap(&error));
         if (device.isEmpty())
             return out.failure(QStringLiteral("cannot open the simulated line's tap: %1").arg(QString::fromStdString(error)), ExitSetup);
-        const QString path = QString::fromStdString(simulatedLine->devicePath());
-        out.result(QJsonObject{{QStringLiteral("device"), path}}, path);
-        out.note(QStringLiteral("monitoring the simulated line; drive it from another shell, e.g. "
-                                "drvctl poll HR1300 --device %1; Ctrl-C stops")
-                     .arg(path));
     }
 
     // Opened like any port, for its line settings; nothing is ever sent on it.
@@ -101,6 +96,13 @@ int Session::monitor(const Invocation& request)
     SerialPort listener(options);
     if (!listener.open())
         return out.failure(listener.errorString(), ExitSetup);
+    if (simulatedLine) { // listening from here on, so the path can be handed out
+        const QString path = QString::fromStdString(simulatedLine->devicePath());
+        out.result(QJsonObject{{QStringLiteral("device"), path}}, path);
+        out.note(QStringLiteral("monitoring the simulated line; drive it from another shell, e.g. "
+                                "drvctl poll HR1300 --device %1; Ctrl-C stops")
+                     .arg(path));
+    }
     PcapWriter pcap;
     QString error;
     if (!request.pcapFile.isEmpty() && !pcap.open(request.pcapFile, &error))
