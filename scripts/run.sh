@@ -18,8 +18,11 @@ run() {
 }
 
 # Each drvctl command starts its own simulated line of servos 1, 2 and 3.
+run --version
 run info
 run read HR100 --count 10
+run scan --ids 1-5
+run poll HR1300 HR1301 --motion --count 3 --interval 300
 
 # One driver and one simulated line for a whole session, so that written values
 # and the driver's station list (HR60000..HR60010) carry from line to line.
