@@ -85,6 +85,27 @@ TEST(DrvctlTest, ShellLinesAreEachTheirOwnInvocation)
                        "drvctl: scan is not available in the shell\nTry 'drvctl scan --help'.\n");
 }
 
+TEST(DrvctlTest, EchoModeReachesThePort)
+{
+    // On a line that repeats every request, auto and on drop the echo; off takes it for the reply.
+    const struct {
+        const char* mode;
+        int exitCode;
+        const char* err;
+    } cases[] = {
+        {"auto", 0, ""},
+        {"on", 0, ""},
+        {"off", 1, "drvctl: CRC error (read 1 word(s) from 1-HR1)\n"},
+        {"maybe", 2, "drvctl: bad value for --echo: maybe (auto, on or off)\nTry 'drvctl read --help'.\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.mode);
+        const Outcome run = drvctl({"read", "HR1", "--line-echo", "--echo", c.mode, "--retry", "0", "--timeout", "100"});
+        EXPECT_EQ(run.exitCode, c.exitCode);
+        EXPECT_EQ(run.err, c.err);
+    }
+}
+
 TEST(DrvctlTest, VersionNamesDrvctlAndThePlugin)
 {
     const Outcome run = drvctl({"--version"});
