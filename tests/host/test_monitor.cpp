@@ -5,7 +5,7 @@
 #include "host_test_support.h"
 #include "monitor/frame_splitter.h"
 #include "monitor/pcap_writer.h"
-#include "monitor/rtu_frame_layout.h"
+#include "port/rtu_frame_layout.h"
 #include "monitor/transaction_decoder.h"
 #include "monitor/transaction_format.h"
 #include "simulator/servo_line.h"
