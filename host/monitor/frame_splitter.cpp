@@ -1,5 +1,5 @@
 #include "monitor/frame_splitter.h"
-#include "monitor/rtu_frame_layout.h"
+#include "port/rtu_frame_layout.h"
 
 #include <algorithm>
 
@@ -42,8 +42,7 @@ int frameEnd(const QByteArray& run, int from)
 
 FrameSplitter::FrameSplitter(const LineSettings& line)
 {
-    const int bits = 1 + line.dataBits + (line.parity != 'N' ? 1 : 0) + line.stopBits;
-    charNs = line.baud > 0 ? bits * 1000000000LL / line.baud : 0;
+    charNs = characterTimeNs(line);
     // 3.5 characters end a frame and 1.5 are already too many inside one: cutting
     // halfway keeps a boundary where it is when reads come a little late or early.
     const long long gapNs = interFrameGapMicros(line.baud) * 1000LL;

@@ -1,5 +1,5 @@
 #include "monitor/transaction_decoder.h"
-#include "monitor/rtu_frame_layout.h"
+#include "port/rtu_frame_layout.h"
 
 namespace {
 

@@ -41,6 +41,12 @@ bool isSupportedBaud(int baud)
     return false;
 }
 
+long long characterTimeNs(const LineSettings& line)
+{
+    const int bits = 1 + line.dataBits + (line.parity != 'N' ? 1 : 0) + line.stopBits;
+    return line.baud > 0 ? bits * 1000000000LL / line.baud : 0;
+}
+
 int interFrameGapMicros(int baud)
 {
     if (baud <= 0)

@@ -29,6 +29,9 @@ bool lineSettingsFromDeviceSetting(const DeviceSetting& record, LineSettings* se
 // Baud rates the port layer can set; everything else is refused by name.
 bool isSupportedBaud(int baud);
 
+// Time one character takes on the line: start bit, data bits, parity, stop bits.
+long long characterTimeNs(const LineSettings& line);
+
 // Silence before each request: 3.5 characters of 11 bits at the line's baud,
 // a fixed 1750 us above 19200 baud, where Modbus stops scaling it.
 int interFrameGapMicros(int baud);

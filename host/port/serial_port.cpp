@@ -1,4 +1,6 @@
 #include "port/serial_port.h"
+#include "port/rtu_frame_layout.h"
+#include "port/termios_settings.h"
 #include "tools/device_setting.h"
 #include "tools/driver_setting.h"
 #include "tools/timing.h"
@@ -23,44 +25,9 @@ long long monotonicNs()
     return static_cast<long long>(now.tv_sec) * 1000000000LL + now.tv_nsec;
 }
 
-speed_t speedOf(int baud)
-{
-    switch (baud) {
-    case 300: return B300;
-    case 600: return B600;
-    case 1200: return B1200;
-    case 2400: return B2400;
-    case 4800: return B4800;
-    case 9600: return B9600;
-    case 19200: return B19200;
-    case 38400: return B38400;
-    case 57600: return B57600;
-    case 115200: return B115200;
-    case 230400: return B230400;
-    default: return B0;
-    }
-}
-
-tcflag_t characterSize(int dataBits)
-{
-    switch (dataBits) {
-    case 5: return CS5;
-    case 6: return CS6;
-    case 7: return CS7;
-    default: return CS8;
-    }
-}
-
 QString systemError()
 {
     return QString::fromLocal8Bit(std::strerror(errno));
-}
-
-// Time one character takes on the line: start bit, data, parity, stop bits.
-long long characterNs(const LineSettings& line)
-{
-    const int bits = 1 + line.dataBits + (line.parity != 'N' ? 1 : 0) + line.stopBits;
-    return line.baud > 0 ? bits * 1000000000LL / line.baud : 0;
 }
 
 // Normal replies to functions 5 and 6 are copies of the request, so an echo
@@ -158,20 +125,11 @@ bool SerialPort::configure()
     // Raw: no byte is translated, swallowed or answered by the line discipline.
     cfmakeraw(&tio);
     tio.c_cflag |= CLOCAL | CREAD;
-    tio.c_cflag &= ~(CSIZE | PARENB | PARODD | CSTOPB | CRTSCTS);
-    tio.c_cflag |= characterSize(settings.line.dataBits);
-    if (settings.line.parity != 'N')
-        tio.c_cflag |= PARENB;
-    if (settings.line.parity == 'O')
-        tio.c_cflag |= PARODD;
-    if (settings.line.stopBits == 2)
-        tio.c_cflag |= CSTOPB;
+    tio.c_cflag &= ~CRTSCTS;
+    applyLineSettings(settings.line, &tio);
     tio.c_iflag &= ~(IXON | IXOFF | IXANY);
     tio.c_cc[VMIN] = 0;
     tio.c_cc[VTIME] = 0;
-    const speed_t speed = speedOf(settings.line.baud);
-    cfsetispeed(&tio, speed);
-    cfsetospeed(&tio, speed);
     if (tcsetattr(fd, TCSANOW, &tio) != 0) {
         lastError = QStringLiteral("cannot set %1 on %2: %3")
                         .arg(settings.line.toString(), settings.device, systemError());
@@ -272,7 +230,7 @@ int SerialPort::send(const char* data, int length)
         if (poll(&out, 1, std::max(1, settings.timeoutMs)) <= 0)
             break;
     }
-    transmitEndNs = monotonicNs() + written * characterNs(settings.line);
+    transmitEndNs = monotonicNs() + written * characterTimeNs(settings.line);
     lastActivityNs = transmitEndNs;
     trace.record("TX", data, written);
     lastRequest.assign(data, data + written);
@@ -297,11 +255,21 @@ void SerialPort::detectEcho(int firstCount, long long deadlineMs)
     const int length = static_cast<int>(lastRequest.size());
     std::vector<char> seen(lastRequest.size());
     // First no more than the caller asked for, so that a short reply costs no
-    // extra wait; then the rest of the request only while every byte matched.
-    const int first = std::min(firstCount, length);
-    int got = readUntil(seen.data(), first, deadlineMs);
-    if (got == first && std::equal(seen.begin(), seen.begin() + got, lastRequest.begin()))
-        got += readUntil(seen.data() + got, length - got, deadlineMs);
+    // extra wait; then on, a byte at a time, only while every byte matched and
+    // they do not already make a whole reply (those of 15 and 16 begin as their request).
+    int got = readUntil(seen.data(), std::min(firstCount, length), deadlineMs);
+    const auto wholeReply = [&seen](int count) {
+        const auto* bytes = reinterpret_cast<const uint8_t*>(seen.data());
+        return RtuFrameLayout::replyLength(bytes, static_cast<size_t>(count)) == count
+            && RtuFrameLayout::crcMatches(bytes, static_cast<size_t>(count));
+    };
+    while (got < length && got > 0 && std::equal(seen.begin(), seen.begin() + got, lastRequest.begin())
+           && !wholeReply(got)) {
+        const int more = readUntil(seen.data() + got, 1, deadlineMs);
+        if (more <= 0)
+            break;
+        got += more;
+    }
     if (got == length && seen == lastRequest) {
         echoFound = true;
         trace.note(QStringLiteral("the line echoes each request (2-wire adapter): discarding the echo from now on"));

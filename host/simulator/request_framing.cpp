@@ -1,5 +1,5 @@
 #include "simulator/request_framing.h"
-#include "monitor/rtu_frame_layout.h"
+#include "port/rtu_frame_layout.h"
 
 namespace RequestFraming {
 

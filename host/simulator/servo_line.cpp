@@ -1,5 +1,7 @@
 #include "simulator/servo_line.h"
 #include "port/line_settings.h"
+#include "port/termios_settings.h"
+#include "simulator/pseudo_terminal.h"
 #include "simulator/request_framing.h"
 #include "simulator/simulated_station.h"
 
@@ -32,52 +34,6 @@ long long monotonicNs()
 {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(
                std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
-// A pseudo-terminal that passes bytes unchanged both ways, its master end
-// non-blocking. The keeper holds the slave end open so that its raw settings stay
-// while clients come and go.
-bool openRawPty(int* master, int* keeper, std::string* path, std::string* failure)
-{
-    *master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    char name[128] = {0};
-    if (*master < 0)
-        *failure = systemError("posix_openpt");
-    else if (grantpt(*master) != 0 || unlockpt(*master) != 0)
-        *failure = systemError("grantpt/unlockpt");
-    else if (ptsname_r(*master, name, sizeof name) != 0)
-        *failure = systemError("ptsname");
-    if (!failure->empty())
-        return false;
-    *path = name;
-    *keeper = open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
-    termios raw{};
-    if (*keeper < 0 || tcgetattr(*keeper, &raw) != 0) {
-        *failure = systemError(name);
-        return false;
-    }
-    for (int fd : {*keeper, *master}) {
-        if (tcgetattr(fd, &raw) == 0) {
-            cfmakeraw(&raw);
-            tcsetattr(fd, TCSANOW, &raw);
-        }
-    }
-    fcntl(*master, F_SETFL, fcntl(*master, F_GETFL) | O_NONBLOCK);
-    return true;
-}
-
-int baudOf(speed_t speed)
-{
-    static const struct {
-        speed_t speed;
-        int baud;
-    } known[] = {{B300, 300},     {B600, 600},     {B1200, 1200},   {B2400, 2400},
-                 {B4800, 4800},   {B9600, 9600},   {B19200, 19200}, {B38400, 38400},
-                 {B57600, 57600}, {B115200, 115200}, {B230400, 230400}};
-    for (const auto& entry : known)
-        if (entry.speed == speed)
-            return entry.baud;
-    return 0;
 }
 
 void sleepUntil(long long monotonicTimeNs)
@@ -392,12 +348,9 @@ ServoLine::LinePace ServoLine::linePace() const
     termios settings{};
     if (!pace.kept || tcgetattr(slaveKeeper, &settings) != 0)
         return pace;
-    const int baud = baudOf(cfgetospeed(&settings));
-    const tcflag_t size = settings.c_cflag & CSIZE;
-    const int dataBits = size == CS5 ? 5 : size == CS6 ? 6 : size == CS7 ? 7 : 8;
-    const int bits = 1 + dataBits + ((settings.c_cflag & PARENB) ? 1 : 0) + ((settings.c_cflag & CSTOPB) ? 2 : 1);
-    pace.characterNs = baud > 0 ? bits * 1000000000LL / baud : 0;
-    pace.gapNs = interFrameGapMicros(baud) * 1000LL;
+    const LineSettings line = lineSettingsOf(settings);
+    pace.characterNs = characterTimeNs(line);
+    pace.gapNs = interFrameGapMicros(line.baud) * 1000LL;
     return pace;
 }
 
@@ -417,98 +370,3 @@ void ServoLine::writeToMaster(const std::vector<uint8_t>& bytes)
     }
 }
 
-SimulatedStation* ServoLine::find(int station) const
-{
-    const auto it = stations.find(station);
-    return it == stations.end() ? nullptr : it->second.get();
-}
-
-uint16_t ServoLine::holdingRegister(int station, int address) const
-{
-    std::lock_guard<std::mutex> guard(lock);
-    const SimulatedStation* s = find(station);
-    return s ? s->holdingRegister(address) : 0;
-}
-
-void ServoLine::setHoldingRegister(int station, int address, uint16_t value)
-{
-    std::lock_guard<std::mutex> guard(lock);
-    if (SimulatedStation* s = find(station))
-        s->setHoldingRegister(address, value);
-}
-
-uint16_t ServoLine::inputRegister(int station, int address) const
-{
-    std::lock_guard<std::mutex> guard(lock);
-    const SimulatedStation* s = find(station);
-    return s ? s->inputRegister(address) : 0;
-}
-
-void ServoLine::setInputRegister(int station, int address, uint16_t value)
-{
-    std::lock_guard<std::mutex> guard(lock);
-    if (SimulatedStation* s = find(station))
-        s->setInputRegister(address, value);
-}
-
-bool ServoLine::coil(int station, int address) const
-{
-    std::lock_guard<std::mutex> guard(lock);
-    const SimulatedStation* s = find(station);
-    return s && s->coil(address);
-}
-
-void ServoLine::setCoil(int station, int address, bool on)
-{
-    std::lock_guard<std::mutex> guard(lock);
-    if (SimulatedStation* s = find(station))
-        s->setCoil(address, on);
-}
-
-bool ServoLine::discreteInput(int station, int address) const
-{
-    std::lock_guard<std::mutex> guard(lock);
-    const SimulatedStation* s = find(station);
-    return s && s->discreteInput(address);
-}
-
-void ServoLine::setDiscreteInput(int station, int address, bool on)
-{
-    std::lock_guard<std::mutex> guard(lock);
-    if (SimulatedStation* s = find(station))
-        s->setDiscreteInput(address, on);
-}
-
-void ServoLine::setFaults(int station, const StationFaults& faults)
-{
-    std::lock_guard<std::mutex> guard(lock);
-    if (SimulatedStation* s = find(station))
-        s->faults = faults;
-}
-
-void ServoLine::clearFaults()
-{
-    std::lock_guard<std::mutex> guard(lock);
-    for (auto& entry : stations)
-        entry.second->faults = StationFaults();
-}
-
-std::vector<std::vector<uint8_t>> ServoLine::requests() const
-{
-    std::lock_guard<std::mutex> guard(lock);
-    return std::vector<std::vector<uint8_t>>(heard.begin(), heard.end());
-}
-
-int ServoLine::requestCount(int station) const
-{
-    std::lock_guard<std::mutex> guard(lock);
-    const auto it = heardPerStation.find(station);
-    return it == heardPerStation.end() ? 0 : it->second;
-}
-
-void ServoLine::clearRequests()
-{
-    std::lock_guard<std::mutex> guard(lock);
-    heard.clear();
-    heardPerStation.clear();
-}

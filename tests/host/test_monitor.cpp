@@ -5,7 +5,7 @@
 #include "host_test_support.h"
 #include "monitor/frame_splitter.h"
 #include "monitor/pcap_writer.h"
-#include "monitor/rtu_frame_layout.h"
+#include "port/rtu_frame_layout.h"
 #include "monitor/transaction_decoder.h"
 #include "monitor/transaction_format.h"
 #include "simulator/servo_line.h"
@@ -153,6 +153,37 @@ TEST(TransactionDecoderTest, PairsWhatTheSimulatorCannotProduce)
             texts << withoutTimes(formatTransaction(t));
         EXPECT_EQ(lines(texts), lines(c.transactions));
     }
+}
+
+TEST(TransactionFormatTest, TextAndJsonLines)
+{
+    const auto frame = [](const char* bytes, double startMs, double endMs) {
+        LineFrame f;
+        f.bytes = QByteArray::fromHex(bytes);
+        f.startNs = static_cast<long long>(startMs * Ms);
+        f.endNs = static_cast<long long>(endMs * Ms);
+        return f;
+    };
+    TransactionDecoder decoder;
+    std::vector<MonitoredTransaction> done;
+    for (const LineFrame& f : {frame("010300630002 3415", 1500, 1509.2), frame("010304123400 0a3e82", 1513.2, 1523.5),
+                               frame("020600090005 99f8", 1600, 1609.2)}) {
+        for (const auto& t : decoder.take(f))
+            done.push_back(t);
+    }
+    for (const auto& t : decoder.finish())
+        done.push_back(t);
+    ASSERT_EQ(done.size(), 2u);
+    EXPECT_EQ(formatTransaction(done[0]).toStdString(), "[   1.500000] station 1 fn 3 read HR100 x2 = 4660 10 (4.0 ms)");
+    EXPECT_EQ(formatTransaction(done[1]).toStdString(), "[   1.600000] station 2 fn 6 write FN6HR10 x1 = 5, no reply");
+    EXPECT_EQ(formatTransactionJson(done[0]).toStdString(),
+              "{\"address\":\"HR100\",\"count\":2,\"exception\":null,\"function\":3,\"operation\":\"read\","
+              "\"problem\":null,\"reply\":\"01 03 04 12 34 00 0A 3E 82\",\"request\":\"01 03 00 63 00 02 34 15\","
+              "\"responseMs\":4,\"station\":1,\"time\":1.5,\"values\":[4660,10]}");
+    EXPECT_EQ(formatTransactionJson(done[1]).toStdString(),
+              "{\"address\":\"FN6HR10\",\"count\":1,\"exception\":null,\"function\":6,\"operation\":\"write\","
+              "\"problem\":\"no reply\",\"reply\":\"\",\"request\":\"02 06 00 09 00 05 99 F8\",\"responseMs\":null,"
+              "\"station\":2,\"time\":1.6,\"values\":[5]}");
 }
 
 } // namespace
@@ -356,6 +387,84 @@ TEST_F(MonitoredSession, DecodesEveryFunctionCodeAndEveryFaultAsTheDriverSawThem
     const MonitoredTransaction& late = transactions.back();
     EXPECT_GE(late.reply.startNs - late.request.endNs, 40 * Ms);
     EXPECT_GE(transactions.front().reply.startNs - transactions.front().request.endNs, 3 * Ms);
+}
+
+} // namespace
+
+namespace {
+
+QString tsharkPath()
+{
+    return QStandardPaths::findExecutable(QStringLiteral("tshark"));
+}
+
+// Every frame of a driver session saved as pcap, read back by tshark as Modbus
+// RTU: station, function, query or response, and register values, frame by frame.
+TEST_F(MonitoredSession, SavedFramesReadBackByTsharkAsModbusRtu)
+{
+    if (tsharkPath().isEmpty())
+        GTEST_SKIP() << "tshark is not installed (scripts/install_deps.sh installs it)";
+    line.setHoldingRegister(1, 99, 0x1234);
+    line.setHoldingRegister(1, 100, 10);
+    driver->read(port.get(), CommunicatorCommand(Word, 2, QStringLiteral("HR100")));
+    driver->read(port.get(), CommunicatorCommand(Bit, 3, QStringLiteral("DO5")));
+    driver->write(port.get(), CommunicatorCommand(Word, 2, QStringLiteral("HR60")), QByteArray::fromHex("34127856"));
+    driver->write(port.get(), CommunicatorCommand(Word, 1, QStringLiteral("FN6HR50")), QByteArray::fromHex("cdab"));
+    StationFaults refuse;
+    refuse.exceptionAddress = 3;
+    refuse.exceptionCode = 2;
+    line.setFaults(1, refuse);
+    driver->read(port.get(), CommunicatorCommand(Word, 1, QStringLiteral("IR4")));
+    std::vector<MonitoredTransaction> transactions = listener->settled();
+    listener->stop();
+    for (const auto& t : listener->settled())
+        transactions.push_back(t);
+
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    PcapWriter pcap;
+    QString error;
+    ASSERT_TRUE(pcap.open(dir.filePath(QStringLiteral("line.pcap")), &error)) << error.toStdString();
+    for (const LineFrame& frame : listener->frames)
+        ASSERT_TRUE(pcap.write(frame));
+    pcap.close();
+
+    // What we decoded, frame by frame, in tshark's fields.
+    QStringList expected;
+    for (const auto& t : transactions) {
+        QStringList values;
+        for (int value : t.values)
+            values << QString::number(value);
+        const bool registers = t.function == 3 || t.function == 4 || t.function == 16;
+        // Wireshark cannot tell a copy from its request: functions 5 and 6 stay unclassified.
+        const bool copy = t.function == 5 || t.function == 6;
+        expected << QStringLiteral("%1 %2 %3 %4").arg(t.station).arg(t.function)
+                        .arg(registers && t.isWrite ? values.join(QLatin1Char(',')) : QString(),
+                             copy ? "unknown" : "Query");
+        expected << QStringLiteral("%1 %2 %3 %4").arg(t.station).arg(t.function)
+                        .arg(registers && !t.isWrite ? values.join(QLatin1Char(',')) : QString(),
+                             copy ? "unknown" : t.exceptionCode != 0 ? "Response exception" : "Response");
+    }
+    ASSERT_EQ(static_cast<int>(listener->frames.size()), expected.size());
+
+    QProcess tshark;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("WIRESHARK_CONFIG_DIR"), dir.filePath(QStringLiteral("wireshark")));
+    tshark.setProcessEnvironment(environment);
+    tshark.start(tsharkPath(), {"-r", dir.filePath(QStringLiteral("line.pcap")), "-o",
+                                "uat:user_dlts:\"User 0 (DLT=147)\",\"mbrtu\",\"0\",\"\",\"0\",\"\"", "-T", "fields",
+                                "-e", "mbrtu.unit_id", "-e", "modbus.func_code", "-e", "modbus.regval_uint16", "-e",
+                                "_ws.col.Info"});
+    ASSERT_TRUE(tshark.waitForFinished(60000));
+    QStringList decoded;
+    for (const QString& row : QString::fromUtf8(tshark.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        const QStringList fields = row.split(QLatin1Char('\t'));
+        ASSERT_EQ(fields.size(), 4) << row.toStdString();
+        const QString info = fields[3].trimmed();
+        decoded << QStringLiteral("%1 %2 %3 %4%5").arg(fields[0], fields[1], fields[2], info.section(QLatin1Char(':'), 0, 0),
+                                                        info.contains(QLatin1String("Exception returned")) ? " exception" : "");
+    }
+    EXPECT_EQ(lines(decoded), lines(expected));
 }
 
 } // namespace

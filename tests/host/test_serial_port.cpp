@@ -184,6 +184,26 @@ TEST(SerialPortTest, EchoDiscard)
     }
 }
 
+// Register 0x0810 written with 0x6C34: the whole reply, CRC included, is the
+// first 8 bytes of the request. On a quiet line it must not be taken for the
+// start of an echo, and no time-out waited out for the rest.
+TEST(SerialPortTest, AutoEchoTakesAReplyThatBeginsAsItsRequestAtOnce)
+{
+    ServoLine line;
+    ASSERT_TRUE(line.start());
+    SerialPort port(portOptions(line.devicePath(), 1000));
+    ASSERT_TRUE(port.open());
+    const auto start = Clock::now();
+    port.send("\x01\x10\x08\x10\x00\x01\x02\x6C\x34\x01\xD7", 11);
+    char reply[8] = {};
+    const int first = port.receive(reply, 5);
+    const int rest = port.receive(reply + 5, 3);
+    EXPECT_LT(msSince(start), 500);
+    EXPECT_EQ(hex(QByteArray(reply, first + rest)), "01 10 08 10 00 01 02 6c");
+    EXPECT_FALSE(port.discardsEcho());
+    EXPECT_EQ(line.holdingRegister(1, 0x0810), 0x6C34);
+}
+
 TEST(FrameTraceTest, OneLinePerFrameEachWay)
 {
     const char frame[] = "\x01\x03\x00\x63\x00\x0A\x35\xD3";

@@ -1,7 +1,7 @@
 // The simulated line's own rules: where a request ends, what each fault does to
 // a reply, the moving registers and the bounded request history.
 #include "host_test_support.h"
-#include "monitor/rtu_frame_layout.h"
+#include "port/rtu_frame_layout.h"
 #include "simulator/request_framing.h"
 #include "simulator/servo_line.h"
 

@@ -1,5 +1,5 @@
-#ifndef MONITOR_RTU_FRAME_LAYOUT_H
-#define MONITOR_RTU_FRAME_LAYOUT_H
+#ifndef PORT_RTU_FRAME_LAYOUT_H
+#define PORT_RTU_FRAME_LAYOUT_H
 
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "monitor/rtu_frame_layout.h"
+#include "port/rtu_frame_layout.h"
 #include "tools/crc.h"
 
 namespace RtuFrameLayout {
