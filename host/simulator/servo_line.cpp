@@ -247,8 +247,8 @@ bool ServoLine::clientMatchesLine() const
     if (tcgetattr(slaveKeeper, &client) != 0)
         return true;
     // Parity cannot be told: Linux clears PARENB on every pseudo-terminal.
-    const int stopBits = (client.c_cflag & CSTOPB) ? 2 : 1;
-    return baudOf(cfgetospeed(&client)) == lineBaud && stopBits == lineStopBits;
+    const LineSettings set = lineSettingsOf(client);
+    return set.baud == lineBaud && set.stopBits == lineStopBits;
 }
 
 void ServoLine::takeBytes(const uint8_t* bytes, size_t count)
