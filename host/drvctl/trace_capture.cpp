@@ -18,20 +18,22 @@ void TraceCapture::take(const QString& traceLine)
     if (!ok || words.isEmpty())
         return;
     const QByteArray bytes = QByteArray::fromHex(words.mid(1).join(QString()).toLatin1());
-    if (words.first() == QLatin1String("TX")) {
+    const QString& direction = words.first();
+    if (direction == QLatin1String("TX") || direction == QLatin1String("LATE")) {
+        // A request, or a reply that came too late for its request: a frame of its own.
         flushReply();
-        LineFrame request;
-        request.bytes = bytes;
-        request.startNs = ns;
-        request.endNs = ns;
-        pcap.write(request);
-    } else if (words.first() == QLatin1String("RX") && !bytes.isEmpty()) {
+        LineFrame frame;
+        frame.bytes = bytes;
+        frame.startNs = ns;
+        frame.endNs = ns;
+        pcap.write(frame);
+    } else if (direction == QLatin1String("RX") && !bytes.isEmpty()) {
         if (reply.bytes.isEmpty())
             reply.startNs = ns;
         reply.bytes += bytes;
         reply.endNs = ns;
     }
-    // Anything else is a note about the line, not a frame.
+    // ECHO? bytes come again as RX; anything else is a note about the line.
 }
 
 void TraceCapture::finish()

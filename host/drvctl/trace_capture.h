@@ -7,9 +7,9 @@
 #include "monitor/pcap_writer.h"
 
 // --pcap for the commands that drive the line: the port's trace lines back into
-// frames for Wireshark. What was sent is one frame; what was received until the
-// next request is the reply (the driver reads it in two parts: the first five
-// bytes, then the rest).
+// frames for Wireshark. What was sent is one frame, and so is a late reply the
+// port dropped; what was received until the next request is the reply (the
+// driver reads it in two parts: the first five bytes, then the rest).
 class TraceCapture {
 public:
     bool open(const QString& path, QString* error);
