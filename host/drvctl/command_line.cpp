@@ -300,15 +300,22 @@ ParseOutcome parse(const QStringList& arguments, bool shellLine, Invocation* inv
     result.command = invocation->command;
     result.json = invocation->json;
     result.arguments = grammar.parser.positionalArguments();
+    QString simulatedLineOption; // one given, if any
     for (const auto& option : grammar.options) {
         if (!grammar.parser.isSet(option.second))
             continue;
+        if (option.first->groups == SimulatedLineOptions)
+            simulatedLineOption = option.second;
         const QStringList values = option.first->valueName ? grammar.parser.values(option.second) : QStringList{QString()};
         for (const QString& value : values)
             if (!option.first->apply(option.second, value, &result, text))
                 return ParseOutcome::Error;
     }
 
+    if (!result.device.isEmpty() && !simulatedLineOption.isEmpty()) {
+        *text = QStringLiteral("--%1 is for the simulated line, which --device replaces").arg(simulatedLineOption);
+        return ParseOutcome::Error;
+    }
     const int given = result.arguments.size();
     if (given < spec->minArguments || (spec->maxArguments >= 0 && given > spec->maxArguments)) {
         *text = QStringLiteral("%1 takes %2").arg(command, spec->synopsis[0] ? QLatin1String(spec->synopsis) : QStringLiteral("no arguments"));
