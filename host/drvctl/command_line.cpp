@@ -16,6 +16,10 @@ const char* const ExitCodesText =
     "Exit status: 0 success; 1 the driver reported a failure (its text is printed);\n"
     "2 bad command, option, address or value; 3 plug-in not loadable or device not openable.\n";
 
+// The two options every command has.
+const char* const HelpText = "Show this help.";
+const char* const JsonText = "One JSON object per result or failure, for scripts.";
+
 bool parseInt(const QString& text, int low, int high, int* value)
 {
     bool ok = false;
@@ -204,9 +208,9 @@ CommandGrammar* grammarFor(const CommandSpec& spec, bool shellLine)
     QCommandLineParser& parser = grammar->parser;
     parser.setApplicationDescription(QLatin1String(spec.description));
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    parser.addOption(QCommandLineOption({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")));
+    parser.addOption(QCommandLineOption({QStringLiteral("h"), QStringLiteral("help")}, QLatin1String(HelpText)));
     if (!shellLine)
-        parser.addOption(QCommandLineOption(QStringLiteral("json"), QStringLiteral("One JSON object per result or failure, for scripts.")));
+        parser.addOption(QCommandLineOption(QStringLiteral("json"), QLatin1String(JsonText)));
     const unsigned groups = shellLine ? spec.options & ~WholeSessionOptions : spec.options;
     for (const OptionSpec& option : Options) {
         if ((option.groups & groups) == 0)
@@ -220,9 +224,9 @@ CommandGrammar* grammarFor(const CommandSpec& spec, bool shellLine)
     // fuzzers and tests have none) and names the program's path.
     const QString usage = QStringLiteral("Usage: drvctl %1 [options] %2").arg(QLatin1String(spec.name), QLatin1String(spec.synopsis));
     QString help = QStringLiteral("%1\n%2\n\nOptions:\n").arg(usage.trimmed(), wrapped(QLatin1String(spec.description), 0));
-    help += optionHelp(QStringLiteral("-h, --help"), QStringLiteral("Show this help."));
+    help += optionHelp(QStringLiteral("-h, --help"), QLatin1String(HelpText));
     if (!shellLine)
-        help += optionHelp(QStringLiteral("--json"), QStringLiteral("One JSON object per result or failure, for scripts."));
+        help += optionHelp(QStringLiteral("--json"), QLatin1String(JsonText));
     for (const auto& option : grammar->options) {
         const QString value = option.first->valueName ? QStringLiteral(" <%1>").arg(QLatin1String(option.first->valueName)) : QString();
         help += optionHelp(QStringLiteral("--") + option.second + value, QLatin1String(option.first->description));
