@@ -55,6 +55,14 @@ bool parseIdList(const QString& text, QList<int>* ids)
     return true;
 }
 
+bool setIdList(const QString& name, const QString& text, QList<int>* ids, QString* error)
+{
+    if (parseIdList(text, ids))
+        return true;
+    *error = QStringLiteral("bad value for --%1: %2 (ids or ranges from 1 to 247, comma-separated)").arg(name, text);
+    return false;
+}
+
 using Apply = bool (*)(const QString& name, const QString& value, Invocation*, QString* error);
 
 struct OptionSpec {
@@ -118,12 +126,7 @@ const OptionSpec Options[] = {
     {PollOptions, "interval", "ms", "Milliseconds between rounds, 10..3600000 (default 1000).",
      [](const QString& n, const QString& v, Invocation* i, QString* e) { return setNumber(n, v, 10, 3600000, &i->intervalMs, e); }},
     {ScanOptions, "ids", "list", "Station ids to probe, e.g. 1-10,20 (default 1-247).",
-     [](const QString& n, const QString& v, Invocation* i, QString* e) {
-         if (parseIdList(v, &i->scanIds))
-             return true;
-         *e = QStringLiteral("bad value for --%1: %2 (ids or ranges from 1 to 247, comma-separated)").arg(n, v);
-         return false;
-     }},
+     [](const QString& n, const QString& v, Invocation* i, QString* e) { return setIdList(n, v, &i->scanIds, e); }},
     {ScanOptions, "lines", nullptr, "Try 9600..115200 baud, parity N/E/O and 1 or 2 stop bits, not only --line.",
      [](const QString&, const QString&, Invocation* i, QString*) { i->scanLines = true; return true; }},
     {ScanOptions, "probe", "address", "Read used as the probe (default HR1, which every servo has).",
@@ -134,12 +137,7 @@ const OptionSpec Options[] = {
     {MonitorOptions, "raw", nullptr, "Show every frame's bytes in hex as well.",
      [](const QString&, const QString&, Invocation* i, QString*) { i->raw = true; return true; }},
     {SimulatedLineOptions, "stations", "list", "Station ids of the simulated line, e.g. 1,2,3 or 1-5.",
-     [](const QString& n, const QString& v, Invocation* i, QString* e) {
-         if (parseIdList(v, &i->stations))
-             return true;
-         *e = QStringLiteral("bad value for --%1: %2 (ids 1 to 247, comma-separated)").arg(n, v);
-         return false;
-     }},
+     [](const QString& n, const QString& v, Invocation* i, QString* e) { return setIdList(n, v, &i->stations, e); }},
     {SimulatedLineOptions, "line-echo", nullptr, "The simulated line repeats every byte it hears.",
      [](const QString&, const QString&, Invocation* i, QString*) { i->lineEchoes = true; return true; }},
     {SimulatedLineOptions, "fault", "fault", "A simulated servo misbehaves: [STATION:]NAME[=VALUE] (list below).",
