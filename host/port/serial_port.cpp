@@ -192,10 +192,10 @@ void SerialPort::waitForQuietLine()
         pollfd in = {fd, POLLIN, 0};
         const long long waitNs = quietFrom - now;
         const timespec wait = {static_cast<time_t>(waitNs / 1000000000LL), static_cast<long>(waitNs % 1000000000LL)};
-        if (ppoll(&in, 1, &wait, nullptr) <= 0 || !(in.revents & POLLIN))
-            continue;
+        if (ppoll(&in, 1, &wait, nullptr) <= 0)
+            continue; // quiet so far (or a signal): look at the clock again
         char late[256];
-        const ssize_t n = ::read(fd, late, sizeof late);
+        const ssize_t n = (in.revents & POLLIN) ? ::read(fd, late, sizeof late) : 0;
         if (n > 0) {
             markLineActivity();
             trace.record("LATE", late, static_cast<int>(n));
