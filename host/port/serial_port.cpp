@@ -302,6 +302,26 @@ int SerialPort::readUntil(char* buffer, int maxLength, long long deadlineMs)
     return got;
 }
 
+int SerialPort::listen(char* buffer, int maxLength, int waitMs)
+{
+    if (fd < 0)
+        return -1;
+    if (buffer == nullptr || maxLength <= 0)
+        return 0;
+    pollfd in = {fd, POLLIN, 0};
+    const int ready = poll(&in, 1, std::max(0, waitMs));
+    if (ready < 0)
+        return errno == EINTR ? 0 : -1;
+    if (ready == 0)
+        return 0;
+    if (!(in.revents & POLLIN))
+        return -1; // hung up
+    const ssize_t n = ::read(fd, buffer, static_cast<size_t>(maxLength));
+    if (n > 0)
+        return static_cast<int>(n);
+    return n < 0 && (errno == EAGAIN || errno == EINTR) ? 0 : -1;
+}
+
 int SerialPort::receive(char* buffer, int maxLength)
 {
     if (fd < 0)
