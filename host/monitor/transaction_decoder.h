@@ -18,7 +18,8 @@ public:
     // The transactions that this frame completes (usually one or none).
     std::vector<MonitoredTransaction> take(const LineFrame& frame);
     // No frame until nowNs: releases a finished transaction, and a request that
-    // has waited longer than the reply time-out as unanswered.
+    // has waited longer than the reply time-out as unanswered. Call it once the
+    // frames of a FrameSplitter::feed() or idle() have all been taken.
     std::vector<MonitoredTransaction> expire(long long nowNs);
     // End of the capture: everything held.
     std::vector<MonitoredTransaction> finish();

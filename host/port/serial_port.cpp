@@ -192,10 +192,10 @@ void SerialPort::waitForQuietLine()
         pollfd in = {fd, POLLIN, 0};
         const long long waitNs = quietFrom - now;
         const timespec wait = {static_cast<time_t>(waitNs / 1000000000LL), static_cast<long>(waitNs % 1000000000LL)};
-        if (ppoll(&in, 1, &wait, nullptr) <= 0 || !(in.revents & POLLIN))
-            continue;
+        if (ppoll(&in, 1, &wait, nullptr) <= 0)
+            continue; // quiet so far (or a signal): look at the clock again
         char late[256];
-        const ssize_t n = ::read(fd, late, sizeof late);
+        const ssize_t n = (in.revents & POLLIN) ? ::read(fd, late, sizeof late) : 0;
         if (n > 0) {
             markLineActivity();
             trace.record("LATE", late, static_cast<int>(n));
@@ -300,6 +300,26 @@ int SerialPort::readUntil(char* buffer, int maxLength, long long deadlineMs)
         }
     }
     return got;
+}
+
+int SerialPort::listen(char* buffer, int maxLength, int waitMs)
+{
+    if (fd < 0)
+        return -1;
+    if (buffer == nullptr || maxLength <= 0)
+        return 0;
+    pollfd in = {fd, POLLIN, 0};
+    const int ready = poll(&in, 1, std::max(0, waitMs));
+    if (ready < 0)
+        return errno == EINTR ? 0 : -1;
+    if (ready == 0)
+        return 0;
+    if (!(in.revents & POLLIN))
+        return -1; // hung up
+    const ssize_t n = ::read(fd, buffer, static_cast<size_t>(maxLength));
+    if (n > 0)
+        return static_cast<int>(n);
+    return n < 0 && (errno == EAGAIN || errno == EINTR) ? 0 : -1;
 }
 
 int SerialPort::receive(char* buffer, int maxLength)

@@ -69,6 +69,11 @@ public:
     void setTimeoutMs(int ms) { settings.timeoutMs = ms; }
     void setTraceSink(std::function<void(const QString&)> sink) { trace.setSink(std::move(sink)); }
 
+    // For a listen-only monitor: waits up to waitMs for input and returns at once
+    // whatever has come (at most maxLength bytes), 0 if nothing did, -1 when the
+    // port is closed or the line gone.
+    int listen(char* buffer, int maxLength, int waitMs);
+
     int receive(char* buffer, int maxLength) override;
     int send(const char* data, int length) override;
     bool setOption(int code, const QVariant& value) override;

@@ -1,10 +1,6 @@
 #include "simulator/request_framing.h"
-#include "port/rtu_frame_layout.h"
 
 namespace RequestFraming {
-
-static_assert(NeedMoreBytes == RtuFrameLayout::NeedMoreBytes && UnknownLength == RtuFrameLayout::UnknownLength,
-              "the simulator passes the layout's answers on unchanged");
 
 int expectedLength(const uint8_t* bytes, size_t available)
 {

@@ -1,15 +1,14 @@
 #ifndef SIMULATOR_REQUEST_FRAMING_H
 #define SIMULATOR_REQUEST_FRAMING_H
 
-#include <cstddef>
-#include <cstdint>
+#include "port/rtu_frame_layout.h"
 
 // Where one RTU request ends, told from its first bytes. A slave has no other way
 // to find the end of a frame while the master is still sending.
 namespace RequestFraming {
 
-constexpr int NeedMoreBytes = 0;
-constexpr int UnknownLength = -1;
+using RtuFrameLayout::NeedMoreBytes;
+using RtuFrameLayout::UnknownLength;
 
 // Length of the request at bytes (CRC included), NeedMoreBytes while the bytes
 // seen do not tell it yet, UnknownLength for a function code without a fixed layout.
