@@ -12,8 +12,6 @@
 #include <QStringList>
 #include <algorithm>
 #include <ctime>
-#include <poll.h>
-#include <unistd.h>
 
 namespace {
 
@@ -115,16 +113,12 @@ int Session::monitor(const Invocation& request)
     const int wakeMs = static_cast<int>(std::max(1LL, splitter.boundaryNs() / 1000000));
     char buffer[512];
     while (!waitForStopSignal(0)) {
-        pollfd in = {listener.descriptor(), POLLIN, 0};
-        const int ready = ::poll(&in, 1, wakeMs);
+        const int got = listener.listen(buffer, sizeof buffer, wakeMs);
         const long long now = monotonicNs();
-        if (ready > 0 && (in.revents & POLLIN)) {
-            const ssize_t got = ::read(in.fd, buffer, sizeof buffer);
-            if (got > 0)
-                sink.frames(splitter.feed(buffer, static_cast<int>(got), now), &decoder);
-        } else if (ready > 0 && (in.revents & (POLLHUP | POLLERR))) {
+        if (got < 0)
             break; // the adapter is gone
-        }
+        if (got > 0)
+            sink.frames(splitter.feed(buffer, got, now), &decoder);
         sink.frames(splitter.idle(now), &decoder);
         sink.print(decoder.expire(now));
     }

@@ -51,8 +51,6 @@ public:
     bool open();
     void close();
     bool isOpen() const { return fd >= 0; }
-    // The open device, for a listener that reads it directly (drvctl monitor).
-    int descriptor() const { return fd; }
     QString errorString() const { return lastError; }
     // What became of the kernel's RS-485 mode at open (empty for other line types).
     QString rs485Status() const { return rs485Message; }
