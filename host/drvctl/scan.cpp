@@ -61,6 +61,36 @@ void showProgress(int done, int total, int found, qint64 elapsedMs)
     std::fflush(stderr);
 }
 
+// What answered, a line each under a header.
+QString answersTable(const std::vector<Answer>& found, const QString& probe, int dataType)
+{
+    const auto row = [](const QString& station, const QString& line, const QString& roundTrip, const QString& answer) {
+        return QStringLiteral("%1  %2  %3  %4").arg(station, 7).arg(line, -20).arg(roundTrip, 10).arg(answer);
+    };
+    QStringList table{row(QStringLiteral("station"), QStringLiteral("line"), QStringLiteral("round trip"), QStringLiteral("answer"))};
+    for (const Answer& a : found)
+        table << row(QString::number(a.station), a.line, QStringLiteral("%1 ms").arg(a.roundTripMs, 0, 'f', 1),
+                     a.exception.isEmpty() ? QStringLiteral("%1 = %2").arg(probe, valuesText(dataType, a.values, false))
+                                           : QStringLiteral("exception %1").arg(a.exception));
+    return table.join(QLatin1Char('\n'));
+}
+
+QJsonArray answersJson(const std::vector<Answer>& found)
+{
+    QJsonArray answers;
+    for (const Answer& a : found) {
+        QJsonObject entry{{QStringLiteral("station"), a.station},
+                          {QStringLiteral("line"), a.line},
+                          {QStringLiteral("roundTripMs"), a.roundTripMs}};
+        if (a.exception.isEmpty())
+            entry.insert(QStringLiteral("values"), valuesJson(a.values));
+        else
+            entry.insert(QStringLiteral("exception"), a.exception);
+        answers.append(entry);
+    }
+    return answers;
+}
+
 } // namespace
 
 int Session::scan(const Invocation& request)
@@ -121,24 +151,6 @@ int Session::scan(const Invocation& request)
     if (progress)
         std::fputs("\r\033[K", stderr);
 
-    QJsonArray answers;
-    const auto row = [](const QString& station, const QString& line, const QString& roundTrip, const QString& answer) {
-        return QStringLiteral("%1  %2  %3  %4").arg(station, 7).arg(line, -20).arg(roundTrip, 10).arg(answer);
-    };
-    QStringList table{row(QStringLiteral("station"), QStringLiteral("line"), QStringLiteral("round trip"), QStringLiteral("answer"))};
-    for (const Answer& a : found) {
-        QJsonObject entry{{QStringLiteral("station"), a.station},
-                          {QStringLiteral("line"), a.line},
-                          {QStringLiteral("roundTripMs"), a.roundTripMs}};
-        if (a.exception.isEmpty())
-            entry.insert(QStringLiteral("values"), valuesJson(a.values));
-        else
-            entry.insert(QStringLiteral("exception"), a.exception);
-        answers.append(entry);
-        table << row(QString::number(a.station), a.line, QStringLiteral("%1 ms").arg(a.roundTripMs, 0, 'f', 1),
-                     a.exception.isEmpty() ? QStringLiteral("%1 = %2").arg(request.probe, valuesText(dataType, a.values, false))
-                                                : QStringLiteral("exception %1").arg(a.exception));
-    }
     const QString tally = QStringLiteral("%1 answered, %2 of %3 probe(s) in %4 s%5")
                               .arg(found.size())
                               .arg(done)
@@ -148,7 +160,7 @@ int Session::scan(const Invocation& request)
     QJsonObject summary{{QStringLiteral("ok"), !found.empty()},
                         {QStringLiteral("probed"), done},
                         {QStringLiteral("interrupted"), stopped},
-                        {QStringLiteral("found"), answers}};
+                        {QStringLiteral("found"), answersJson(found)}};
     if (found.empty()) {
         const QString message = QStringLiteral("nothing answered (%1)").arg(tally);
         if (!out.json())
@@ -158,7 +170,7 @@ int Session::scan(const Invocation& request)
         out.result(summary, QString());
         return ExitDriverFailure;
     }
-    out.result(summary, table.join(QLatin1Char('\n')) + QLatin1Char('\n') + tally);
+    out.result(summary, answersTable(found, request.probe, dataType) + QLatin1Char('\n') + tally);
     return ExitSuccess;
 }
 
