@@ -7,6 +7,7 @@
 #include "drvctl/value_codec.h"
 
 #include <QCommandLineParser>
+#include <QHash>
 #include <memory>
 #include <vector>
 
@@ -187,6 +188,7 @@ QString optionHelp(const QString& names, const QString& description)
 struct CommandGrammar {
     QCommandLineParser parser;
     std::vector<std::pair<const OptionSpec*, QString>> options; // with the name to ask the parser for
+    QHash<QString, const OptionSpec*> byName;
     QString help;
 };
 
@@ -217,6 +219,7 @@ CommandGrammar* grammarFor(const CommandSpec& spec, bool shellLine)
         parser.addOption(option.valueName ? QCommandLineOption(name, QLatin1String(option.description), QLatin1String(option.valueName))
                                           : QCommandLineOption(name, QLatin1String(option.description)));
         grammar->options.emplace_back(&option, name);
+        grammar->byName.insert(name, &option);
     }
     // Written here rather than by Qt, whose help needs a QCoreApplication (the
     // fuzzers and tests have none) and names the program's path.
@@ -303,14 +306,18 @@ ParseOutcome parse(const QStringList& arguments, bool shellLine, Invocation* inv
     result.json = invocation->json;
     result.arguments = grammar.parser.positionalArguments();
     QString simulatedLineOption; // one given, if any
-    for (const auto& option : grammar.options) {
-        if (!grammar.parser.isSet(option.second))
-            continue;
-        if (option.first->groups == SimulatedLineOptions)
-            simulatedLineOption = option.second;
-        const QStringList values = option.first->valueName ? grammar.parser.values(option.second) : QStringList{QString()};
+    // Only the options given, in the order given; one given twice names all its values at once.
+    QStringList applied;
+    for (const QString& name : grammar.parser.optionNames()) {
+        const OptionSpec* option = grammar.byName.value(name);
+        if (option == nullptr || applied.contains(name))
+            continue; // --json, or done already
+        applied << name;
+        if (option->groups == SimulatedLineOptions)
+            simulatedLineOption = name;
+        const QStringList values = option->valueName ? grammar.parser.values(name) : QStringList{QString()};
         for (const QString& value : values)
-            if (!option.first->apply(option.second, value, &result, text))
+            if (!option->apply(name, value, &result, text))
                 return ParseOutcome::Error;
     }
 

@@ -94,15 +94,17 @@ int Session::read(const Invocation& request)
     if (!readValues(request, address, dataType, &data))
         return out.failure(driver->getLastError(), ExitDriverFailure);
     const QList<qint64> values = decodeValues(dataType, data, request.count);
-    QJsonObject object{{QStringLiteral("ok"), true},
-                       {QStringLiteral("address"), address},
-                       {QStringLiteral("type"), dataTypeName(dataType)},
-                       {QStringLiteral("station"), port->getStationId()},
-                       {QStringLiteral("values"), valuesJson(values)}};
-    out.result(object, QStringLiteral("%1 %2[%3]: %4")
-                           .arg(address, dataTypeName(dataType))
-                           .arg(values.size())
-                           .arg(valuesText(dataType, values, request.hex)));
+    // Only the form asked for: a shell runs this once a line.
+    if (out.json())
+        out.object(QJsonObject{{QStringLiteral("ok"), true},
+                               {QStringLiteral("address"), address},
+                               {QStringLiteral("type"), dataTypeName(dataType)},
+                               {QStringLiteral("station"), port->getStationId()},
+                               {QStringLiteral("values"), valuesJson(values)}});
+    else
+        out.line(QStringLiteral("%1 %2[%3]: %4")
+                     .arg(address, dataTypeName(dataType), QString::number(values.size()),
+                          valuesText(dataType, values, request.hex)));
     return ExitSuccess;
 }
 
@@ -118,11 +120,13 @@ int Session::write(const Invocation& request)
     const CommunicatorCommand command(dataType, texts.size(), address);
     if (!driver->write(port, command, data) || driver->hasError())
         return out.failure(driver->getLastError(), ExitDriverFailure);
-    QJsonObject object{{QStringLiteral("ok"), true},
-                       {QStringLiteral("address"), address},
-                       {QStringLiteral("type"), dataTypeName(dataType)},
-                       {QStringLiteral("station"), port->getStationId()},
-                       {QStringLiteral("written"), texts.size()}};
-    out.result(object, QStringLiteral("%1 %2[%3] written").arg(address, dataTypeName(dataType)).arg(texts.size()));
+    if (out.json())
+        out.object(QJsonObject{{QStringLiteral("ok"), true},
+                               {QStringLiteral("address"), address},
+                               {QStringLiteral("type"), dataTypeName(dataType)},
+                               {QStringLiteral("station"), port->getStationId()},
+                               {QStringLiteral("written"), texts.size()}});
+    else
+        out.line(QStringLiteral("%1 %2[%3] written").arg(address, dataTypeName(dataType), QString::number(texts.size())));
     return ExitSuccess;
 }

@@ -50,9 +50,9 @@ public:
                     text += QStringLiteral("\n    reply   %1").arg(hexBytes(t.reply.bytes));
             }
             if (out.json())
-                out.raw(formatTransactionJson(t));
+                out.line(formatTransactionJson(t));
             else
-                out.raw(text);
+                out.line(text);
         }
     }
 

@@ -15,20 +15,29 @@ void printLine(FILE* stream, const QString& text)
 
 } // namespace
 
-void Output::result(const QJsonObject& object, const QString& text) const
+void Output::result(const QJsonObject& json, const QString& text) const
 {
     if (jsonMode)
-        printLine(stdout, QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+        object(json);
     else
-        printLine(stdout, text);
+        line(text);
+}
+
+void Output::object(const QJsonObject& json) const
+{
+    printLine(stdout, QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)));
+}
+
+void Output::line(const QString& text) const
+{
+    printLine(stdout, text);
 }
 
 int Output::failure(const QString& message, int exitCode) const
 {
     if (jsonMode) {
-        QJsonObject object{{QStringLiteral("ok"), false}, {QStringLiteral("error"), message},
-                           {QStringLiteral("exit"), exitCode}};
-        printLine(stdout, QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+        object(QJsonObject{{QStringLiteral("ok"), false}, {QStringLiteral("error"), message},
+                           {QStringLiteral("exit"), exitCode}});
     } else {
         printLine(stderr, QStringLiteral("drvctl: ") + message);
     }
@@ -49,9 +58,4 @@ void Output::note(const QString& text) const
 {
     if (!jsonMode)
         printLine(stderr, text);
-}
-
-void Output::raw(const QString& line) const
-{
-    printLine(stdout, line);
 }

@@ -18,8 +18,10 @@ public:
     // in JSON mode the failure object with exit status 2; returns 2.
     int usage(const QString& message, const QString& command) const;
     void note(const QString& text) const; // stderr, text mode only
-    // A line already in the form asked for (text or JSON), to stdout.
-    void raw(const QString& line) const;
+    // The two halves of result(), for a caller that builds only the form asked for.
+    void object(const QJsonObject& object) const;
+    void line(const QString& text) const; // also a line already in JSON
+
 
 private:
     bool jsonMode;

@@ -212,12 +212,17 @@ QList<qint64> decodeValues(int dataType, const QByteArray& data, int count)
 QString valuesText(int dataType, const QList<qint64>& values, bool hex)
 {
     const int digits = !hex || dataType == Bit || dataType == BitBlock ? 0 : 2 * rangeOf(dataType).bytes;
-    QStringList parts;
-    for (qint64 v : values)
-        parts << (digits > 0 ? QStringLiteral("0x")
-                                   + QString::number(static_cast<quint64>(v), 16).toUpper().rightJustified(digits, QLatin1Char('0'))
-                             : QString::number(v));
-    return parts.join(QLatin1Char(' '));
+    QString text;
+    text.reserve(values.size() * (digits > 0 ? digits + 3 : 7));
+    for (qint64 v : values) {
+        if (!text.isEmpty())
+            text += QLatin1Char(' ');
+        if (digits > 0)
+            text += QLatin1String("0x") + QString::number(static_cast<quint64>(v), 16).toUpper().rightJustified(digits, QLatin1Char('0'));
+        else
+            text += QString::number(v);
+    }
+    return text;
 }
 
 QJsonArray valuesJson(const QList<qint64>& values)
