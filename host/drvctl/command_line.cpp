@@ -66,7 +66,7 @@ bool setIdList(const QString& name, const QString& text, QList<int>* ids, QStrin
 
 using Apply = bool (*)(const QString& name, const QString& value, Invocation*, QString* error);
 
-struct OptionSpec {
+struct OptionDefinition {
     unsigned groups; // the option groups that offer it
     const char* name;
     const char* valueName; // nullptr: a switch
@@ -74,7 +74,7 @@ struct OptionSpec {
     Apply apply;
 };
 
-const OptionSpec Options[] = {
+const OptionDefinition Options[] = {
     {PluginOptions, "plugin", "path", "Driver plug-in to load (also DRVCTL_PLUGIN).",
      [](const QString&, const QString& v, Invocation* i, QString*) { i->plugin = v; return true; }},
     {DeviceOptions, "device", "path", "Serial device; without it a simulated line is started.",
@@ -187,16 +187,16 @@ QString optionHelp(const QString& names, const QString& description)
 // One command's parser, built on first use and kept.
 struct CommandGrammar {
     QCommandLineParser parser;
-    std::vector<std::pair<const OptionSpec*, QString>> options; // with the name to ask the parser for
-    QHash<QString, const OptionSpec*> byName;
+    std::vector<std::pair<const OptionDefinition*, QString>> options; // with the name to ask the parser for
+    QHash<QString, const OptionDefinition*> byName;
     QString help;
 };
 
-CommandGrammar* grammarFor(const CommandSpec& spec, bool shellLine)
+CommandGrammar* grammarFor(const CommandDefinition& definition, bool shellLine)
 {
     static std::vector<std::unique_ptr<CommandGrammar>> built;
     int index = 0;
-    while (commandTable()[index].name != nullptr && &commandTable()[index] != &spec)
+    while (commandTable()[index].name != nullptr && &commandTable()[index] != &definition)
         ++index;
     const size_t slot = static_cast<size_t>(2 * index + (shellLine ? 1 : 0));
     if (built.size() <= slot)
@@ -206,13 +206,13 @@ CommandGrammar* grammarFor(const CommandSpec& spec, bool shellLine)
 
     auto grammar = std::make_unique<CommandGrammar>();
     QCommandLineParser& parser = grammar->parser;
-    parser.setApplicationDescription(QLatin1String(spec.description));
+    parser.setApplicationDescription(QLatin1String(definition.description));
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
     parser.addOption(QCommandLineOption({QStringLiteral("h"), QStringLiteral("help")}, QLatin1String(HelpText)));
     if (!shellLine)
         parser.addOption(QCommandLineOption(QStringLiteral("json"), QLatin1String(JsonText)));
-    const unsigned groups = shellLine ? spec.options & ~WholeSessionOptions : spec.options;
-    for (const OptionSpec& option : Options) {
+    const unsigned groups = shellLine ? definition.options & ~WholeSessionOptions : definition.options;
+    for (const OptionDefinition& option : Options) {
         if ((option.groups & groups) == 0)
             continue;
         const QString name = QLatin1String(option.name);
@@ -223,8 +223,8 @@ CommandGrammar* grammarFor(const CommandSpec& spec, bool shellLine)
     }
     // Written here rather than by Qt, whose help needs a QCoreApplication (the
     // fuzzers and tests have none) and names the program's path.
-    const QString usage = QStringLiteral("Usage: drvctl %1 [options] %2").arg(QLatin1String(spec.name), QLatin1String(spec.synopsis));
-    QString help = QStringLiteral("%1\n%2\n\nOptions:\n").arg(usage.trimmed(), wrapped(QLatin1String(spec.description), 0));
+    const QString usage = QStringLiteral("Usage: drvctl %1 [options] %2").arg(QLatin1String(definition.name), QLatin1String(definition.synopsis));
+    QString help = QStringLiteral("%1\n%2\n\nOptions:\n").arg(usage.trimmed(), wrapped(QLatin1String(definition.description), 0));
     help += optionHelp(QStringLiteral("-h, --help"), QLatin1String(HelpText));
     if (!shellLine)
         help += optionHelp(QStringLiteral("--json"), QLatin1String(JsonText));
@@ -232,7 +232,7 @@ CommandGrammar* grammarFor(const CommandSpec& spec, bool shellLine)
         const QString value = option.first->valueName ? QStringLiteral(" <%1>").arg(QLatin1String(option.first->valueName)) : QString();
         help += optionHelp(QStringLiteral("--") + option.second + value, QLatin1String(option.first->description));
     }
-    if (spec.options & SimulatedLineOptions)
+    if (definition.options & SimulatedLineOptions)
         help += QLatin1Char('\n') + faultSwitchHelp();
     grammar->help = help + QLatin1Char('\n') + QLatin1String(ExitCodesText);
     built[slot] = std::move(grammar);
@@ -247,9 +247,9 @@ QString generalHelp()
         "starts a simulated line of servos 1, 2 and 3 and talks to that.\n"
         "\n"
         "Commands:\n");
-    for (const CommandSpec* spec = commandTable(); spec->name != nullptr; ++spec) {
-        const QString head = QStringLiteral("%1 %2").arg(QLatin1String(spec->name), QLatin1String(spec->synopsis));
-        help += QStringLiteral("  %1 %2\n").arg(head, -24).arg(QLatin1String(spec->summary));
+    for (const CommandDefinition* definition = commandTable(); definition->name != nullptr; ++definition) {
+        const QString head = QStringLiteral("%1 %2").arg(QLatin1String(definition->name), QLatin1String(definition->synopsis));
+        help += QStringLiteral("  %1 %2\n").arg(head, -24).arg(QLatin1String(definition->summary));
     }
     return help + QStringLiteral("\n'drvctl COMMAND --help' lists the options of a command; 'drvctl --version'\n"
                                  "prints the versions.\n\n")
@@ -278,18 +278,18 @@ ParseOutcome parse(const QStringList& arguments, bool shellLine, Invocation* inv
         *text = generalHelp();
         return command.isEmpty() && !shellLine ? ParseOutcome::Error : ParseOutcome::Help;
     }
-    const CommandSpec* spec = findCommand(command);
-    if (spec == nullptr) {
+    const CommandDefinition* definition = findCommand(command);
+    if (definition == nullptr) {
         *text = QStringLiteral("unknown command: %1").arg(command);
         return ParseOutcome::Error;
     }
-    invocation->command = QLatin1String(spec->name); // known from here on, so errors can point to its help
-    if (shellLine && !spec->inShell) {
+    invocation->command = QLatin1String(definition->name); // known from here on, so errors can point to its help
+    if (shellLine && !definition->inShell) {
         *text = QStringLiteral("%1 is not available in the shell").arg(command);
         return ParseOutcome::Error;
     }
 
-    CommandGrammar& grammar = *grammarFor(*spec, shellLine);
+    CommandGrammar& grammar = *grammarFor(*definition, shellLine);
     QStringList rest = arguments;
     rest.removeAt(1);
     if (!grammar.parser.parse(rest)) {
@@ -309,7 +309,7 @@ ParseOutcome parse(const QStringList& arguments, bool shellLine, Invocation* inv
     // Only the options given, in the order given; one given twice names all its values at once.
     QStringList applied;
     for (const QString& name : grammar.parser.optionNames()) {
-        const OptionSpec* option = grammar.byName.value(name);
+        const OptionDefinition* option = grammar.byName.value(name);
         if (option == nullptr || applied.contains(name))
             continue; // --json, or done already
         applied << name;
@@ -326,11 +326,11 @@ ParseOutcome parse(const QStringList& arguments, bool shellLine, Invocation* inv
         return ParseOutcome::Error;
     }
     const int given = result.arguments.size();
-    if (given < spec->minArguments || (spec->maxArguments >= 0 && given > spec->maxArguments)) {
-        *text = QStringLiteral("%1 takes %2").arg(command, spec->synopsis[0] ? QLatin1String(spec->synopsis) : QStringLiteral("no arguments"));
+    if (given < definition->minArguments || (definition->maxArguments >= 0 && given > definition->maxArguments)) {
+        *text = QStringLiteral("%1 takes %2").arg(command, definition->synopsis[0] ? QLatin1String(definition->synopsis) : QStringLiteral("no arguments"));
         return ParseOutcome::Error;
     }
-    const int addresses = spec->addressArguments < 0 ? given : std::min(spec->addressArguments, given);
+    const int addresses = definition->addressArguments < 0 ? given : std::min(definition->addressArguments, given);
     for (int i = 0; i < addresses; ++i)
         if (!checkAddress(result.arguments[i], text))
             return ParseOutcome::Error;

@@ -3,7 +3,7 @@
 
 namespace {
 
-const CommandSpec Commands[] = {
+const CommandDefinition Commands[] = {
     {"info", "", "identity, flags, block sizes and default settings",
      "Prints the driver's identity, flags, block sizes and default settings.", PluginOptions, 0, 0, 0,
      Needs::Driver, false, true, &Session::info},
@@ -54,16 +54,16 @@ const CommandSpec Commands[] = {
 
 } // namespace
 
-const CommandSpec* commandTable()
+const CommandDefinition* commandTable()
 {
     return Commands;
 }
 
-const CommandSpec* findCommand(const QString& name)
+const CommandDefinition* findCommand(const QString& name)
 {
     const QString wanted = name == QLatin1String("--version") ? QStringLiteral("version") : name;
-    for (const CommandSpec* spec = Commands; spec->name != nullptr; ++spec)
-        if (wanted == QLatin1String(spec->name))
-            return spec;
+    for (const CommandDefinition* definition = Commands; definition->name != nullptr; ++definition)
+        if (wanted == QLatin1String(definition->name))
+            return definition;
     return nullptr;
 }

@@ -6,7 +6,7 @@
 struct Invocation;
 class Session;
 
-// Option groups a command offers (bits of CommandSpec::options).
+// Option groups a command offers (bits of CommandDefinition::options).
 enum OptionGroup : unsigned {
     PluginOptions = 1u << 0,        // --plugin
     DeviceOptions = 1u << 1,        // --device --line
@@ -27,7 +27,7 @@ enum class Needs {
     Line,    // the plug-in and an open port (a simulated line without --device)
 };
 
-struct CommandSpec {
+struct CommandDefinition {
     const char* name;
     const char* synopsis;    // its arguments, for the help
     const char* summary;     // one line in 'drvctl --help'
@@ -43,8 +43,8 @@ struct CommandSpec {
 };
 
 // The command of that name, or nullptr. "--version" names the version command.
-const CommandSpec* findCommand(const QString& name);
+const CommandDefinition* findCommand(const QString& name);
 // Every command, in the order of the general help; ends with a null name.
-const CommandSpec* commandTable();
+const CommandDefinition* commandTable();
 
 #endif

@@ -41,18 +41,18 @@ void Session::attach(DriverInterface* attachedDriver, AbstractDeviceInterface* a
 
 int Session::run()
 {
-    const CommandSpec* spec = findCommand(setup.command);
-    if (spec == nullptr)
+    const CommandDefinition* definition = findCommand(setup.command);
+    if (definition == nullptr)
         return out.usage(QStringLiteral("unknown command: %1").arg(setup.command), QString());
     // Before the simulated line's thread exists, so that Ctrl-C reaches only our wait.
-    if (spec->stopsOnCtrlC)
+    if (definition->stopsOnCtrlC)
         holdStopSignals();
-    if (spec->needs != Needs::Nothing) {
+    if (definition->needs != Needs::Nothing) {
         const int status = loadDriver();
         if (status != ExitSuccess)
             return status;
     }
-    if (spec->needs == Needs::Line) {
+    if (definition->needs == Needs::Line) {
         LineSettings line;
         int status = lineSettings(&line);
         if (status == ExitSuccess && setup.device.isEmpty())
@@ -62,7 +62,7 @@ int Session::run()
         if (status != ExitSuccess)
             return status;
     }
-    return (this->*spec->run)(setup);
+    return (this->*definition->run)(setup);
 }
 
 int Session::loadDriver()

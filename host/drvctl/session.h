@@ -13,7 +13,7 @@ class AbstractDeviceInterface;
 class DriverInterface;
 class ServoLine;
 class TraceCapture;
-struct CommandSpec;
+struct CommandDefinition;
 
 // One drvctl run: the driver plug-in, the line (a serial device or a simulated
 // one started here) and the commands run on top of them: one, or one per shell line.
