@@ -25,7 +25,8 @@ struct SerialPortOptions {
     int stationId = 1;
     int delayMs = 0;
     EchoMode echoMode = EchoMode::Auto;
-    // Keep 3.5 characters of silence before each request.
+    // Keep 3.5 characters of silence before each request, counted from the last
+    // byte on the line or from opening the port, whichever came later.
     bool interFrameGap = true;
     // Fail to open unless the kernel's RS-485 mode could be switched on.
     bool requireRs485 = false;
