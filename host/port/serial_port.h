@@ -67,6 +67,7 @@ public:
     void setDelay(int ms) { settings.delayMs = ms; }
     void setTimeoutMs(int ms) { settings.timeoutMs = ms; }
     void setTraceSink(std::function<void(const QString&)> sink) { trace.setSink(std::move(sink)); }
+    void setTraceByteSink(TraceByteSink sink) { trace.setByteSink(std::move(sink)); }
 
     // For a listen-only monitor: waits up to waitMs for input and returns at once
     // whatever has come (at most maxLength bytes), 0 if nothing did, -1 when the

@@ -212,8 +212,14 @@ TEST(FrameTraceTest, OneLinePerFrameEachWay)
 
     PtyPair pty;
     SerialPort port(portOptions(pty.path(), 100));
-    QStringList lines;
+    QStringList lines, transfers;
+    long long lastNs = 0;
     port.setTraceSink([&](const QString& line) { lines << line; });
+    port.setTraceByteSink([&](const char* direction, const QByteArray& bytes, long long monotonicNs) {
+        transfers << QString::fromLatin1(direction) + QLatin1Char(' ') + QString::fromLatin1(bytes.toHex());
+        EXPECT_GE(monotonicNs, lastNs);
+        lastNs = monotonicNs;
+    });
     ASSERT_TRUE(port.open());
     port.send("\x01\x06", 2);
     pty.send("01 86 02");
@@ -222,6 +228,7 @@ TEST(FrameTraceTest, OneLinePerFrameEachWay)
     EXPECT_EQ(port.receive(reply, 1), 0); // silence leaves no line
     lines.replaceInStrings(QRegularExpression(QStringLiteral("^\\[ *\\d+\\.\\d{6}\\] ")), QString());
     EXPECT_EQ(lines, QStringList({"TX 01 06", "RX 01 86 02"}));
+    EXPECT_EQ(transfers, QStringList({"TX 0106", "RX 018602"}));
 }
 
 } // namespace
