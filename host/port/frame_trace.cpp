@@ -12,20 +12,29 @@ QString formatTraceLine(double seconds, const char* direction, const char* bytes
 
 namespace {
 
-double monotonicSeconds()
+long long monotonicNs()
 {
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) + now.tv_nsec / 1e9;
+    return static_cast<long long>(now.tv_sec) * 1000000000LL + now.tv_nsec;
+}
+
+double monotonicSeconds()
+{
+    return static_cast<double>(monotonicNs()) / 1e9;
 }
 
 } // namespace
 
 void FrameTrace::record(const char* direction, const char* bytes, int length) const
 {
-    if (!output || length <= 0)
+    if (!enabled() || length <= 0)
         return;
-    output(formatTraceLine(monotonicSeconds(), direction, bytes, length));
+    const long long now = monotonicNs();
+    if (output)
+        output(formatTraceLine(static_cast<double>(now) / 1e9, direction, bytes, length));
+    if (byteOutput)
+        byteOutput(direction, QByteArray(bytes, length), now);
 }
 
 void FrameTrace::note(const QString& text) const

@@ -25,7 +25,8 @@ struct SerialPortOptions {
     int stationId = 1;
     int delayMs = 0;
     EchoMode echoMode = EchoMode::Auto;
-    // Keep 3.5 characters of silence before each request.
+    // Keep 3.5 characters of silence before each request, counted from the last
+    // byte on the line or from opening the port, whichever came later.
     bool interFrameGap = true;
     // Fail to open unless the kernel's RS-485 mode could be switched on.
     bool requireRs485 = false;
@@ -66,6 +67,7 @@ public:
     void setDelay(int ms) { settings.delayMs = ms; }
     void setTimeoutMs(int ms) { settings.timeoutMs = ms; }
     void setTraceSink(std::function<void(const QString&)> sink) { trace.setSink(std::move(sink)); }
+    void setTraceByteSink(TraceByteSink sink) { trace.setByteSink(std::move(sink)); }
 
     // For a listen-only monitor: waits up to waitMs for input and returns at once
     // whatever has come (at most maxLength bytes), 0 if nothing did, -1 when the

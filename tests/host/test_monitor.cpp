@@ -14,6 +14,7 @@
 
 #include <QProcess>
 #include <QRegularExpression>
+#include <QFile>
 #include <QStandardPaths>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -378,8 +379,6 @@ QString tsharkPath()
 // RTU: station, function, query or response, and register values, frame by frame.
 TEST_F(MonitoredSession, SavedFramesReadBackByTsharkAsModbusRtu)
 {
-    if (tsharkPath().isEmpty())
-        GTEST_SKIP() << "tshark is not installed (scripts/install_deps.sh installs it)";
     line.setHoldingRegister(1, 99, 0x1234);
     line.setHoldingRegister(1, 100, 10);
     driver->read(port.get(), CommunicatorCommand(Word, 2, QStringLiteral("HR100")));
@@ -401,9 +400,20 @@ TEST_F(MonitoredSession, SavedFramesReadBackByTsharkAsModbusRtu)
     PcapWriter pcap;
     QString error;
     ASSERT_TRUE(pcap.open(dir.filePath(QStringLiteral("line.pcap")), &error)) << error.toStdString();
-    for (const LineFrame& frame : listener->frames)
+    int size = 24; // classic pcap: global header, then a 16-byte header per record
+    for (const LineFrame& frame : listener->frames) {
         ASSERT_TRUE(pcap.write(frame));
+        size += 16 + frame.bytes.size();
+    }
     pcap.close();
+    QFile saved(dir.filePath(QStringLiteral("line.pcap")));
+    ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
+    const QByteArray file = saved.readAll();
+    EXPECT_EQ(file.size(), size);
+    // Magic (microseconds), version 2.4, time zone 0, accuracy 0, snaplen 65535, link type 147.
+    EXPECT_EQ(hex(file.left(24)), "d4 c3 b2 a1 02 00 04 00 00 00 00 00 00 00 00 00 ff ff 00 00 93 00 00 00");
+    if (tsharkPath().isEmpty())
+        GTEST_SKIP() << "tshark is not installed (scripts/install_deps.sh installs it)";
 
     // What we decoded, frame by frame, in tshark's fields.
     QStringList expected;

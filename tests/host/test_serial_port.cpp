@@ -128,11 +128,11 @@ TEST(SerialPortTest, LateReplyArrivingInsideTheGapIsDiscardedBeforeTheRequest)
 {
     PtyPair pty;
     SerialPortOptions options = portOptions(pty.path(), 300);
-    options.line.baud = 1200;
+    options.line.baud = 600; // a 64 ms gap: the late reply surely comes inside it
     options.interFrameGap = true;
     SerialPort port(options);
-    QStringList lines;
-    port.setTraceSink([&](const QString& line) { lines << line.mid(line.indexOf(QLatin1String("] ")) + 2); });
+    QStringList trace;
+    port.setTraceSink([&](const QString& line) { trace << line.mid(line.indexOf(QLatin1String("] ")) + 2); });
     ASSERT_TRUE(port.open());
     ASSERT_EQ(port.send("\x01\x03\x00\x00\x00\x01\x84\x0A", 8), 8);
     EXPECT_EQ(hex(pty.take(8, 200)), "01 03 00 00 00 01 84 0a");
@@ -148,7 +148,7 @@ TEST(SerialPortTest, LateReplyArrivingInsideTheGapIsDiscardedBeforeTheRequest)
     const int got = port.receive(reply, 7);
     servo.join();
     EXPECT_EQ(hex(QByteArray(reply, std::max(0, got))), "01 03 02 00 09 78 42");
-    EXPECT_EQ(lines.filter(QStringLiteral("LATE")), QStringList({"LATE 01 03 02 00 07 F9 86"}));
+    EXPECT_EQ(lines(trace.filter(QStringLiteral("LATE"))), "LATE 01 03 02 00 07 F9 86");
 }
 
 TEST(SerialPortTest, EchoDiscard)
@@ -212,8 +212,14 @@ TEST(FrameTraceTest, OneLinePerFrameEachWay)
 
     PtyPair pty;
     SerialPort port(portOptions(pty.path(), 100));
-    QStringList lines;
+    QStringList lines, transfers;
+    long long lastNs = 0;
     port.setTraceSink([&](const QString& line) { lines << line; });
+    port.setTraceByteSink([&](const char* direction, const QByteArray& bytes, long long monotonicNs) {
+        transfers << QString::fromLatin1(direction) + QLatin1Char(' ') + QString::fromLatin1(bytes.toHex());
+        EXPECT_GE(monotonicNs, lastNs);
+        lastNs = monotonicNs;
+    });
     ASSERT_TRUE(port.open());
     port.send("\x01\x06", 2);
     pty.send("01 86 02");
@@ -222,6 +228,7 @@ TEST(FrameTraceTest, OneLinePerFrameEachWay)
     EXPECT_EQ(port.receive(reply, 1), 0); // silence leaves no line
     lines.replaceInStrings(QRegularExpression(QStringLiteral("^\\[ *\\d+\\.\\d{6}\\] ")), QString());
     EXPECT_EQ(lines, QStringList({"TX 01 06", "RX 01 86 02"}));
+    EXPECT_EQ(transfers, QStringList({"TX 0106", "RX 018602"}));
 }
 
 } // namespace
