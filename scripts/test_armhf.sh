@@ -18,14 +18,14 @@ cc -O2 -Wall -Wextra -o build/armhf/without_pidfd scripts/emulation/without_pidf
 
 log=build/armhf/ctest.log
 status=0
-unshare --user --map-root-user --pid --fork --mount --mount-proc \
+unshare --user --map-root-user --pid --fork --kill-child --mount --mount-proc \
   bash scripts/emulation/in_namespace.sh "$sysroot" build/armhf/without_pidfd \
   ctest --test-dir build/armhf --output-on-failure -j"$(nproc)" --timeout 300 2>&1 | tee "$log" || status=$?
 if [ "$status" -eq 90 ]; then
   # Without binfmt_misc only the tests that start no armhf program can run.
   echo "armhf: running the tests that start no other program only" >&2
   status=0
-  unshare --user --map-root-user --pid --fork --mount --mount-proc \
+  unshare --user --map-root-user --pid --fork --kill-child --mount --mount-proc \
     build/armhf/without_pidfd ctest --test-dir build/armhf --output-on-failure -j"$(nproc)" --timeout 300 \
     -E 'Drvctl|ProjectPaths' 2>&1 | tee "$log" || status=$?
 fi

@@ -99,5 +99,5 @@ for deb in "$debs"/*_amd64.deb; do dpkg -x "$deb" "$scratch"; done
 check deb-scratch-drvctl drvctl_session "$scratch/usr/bin/drvctl"
 check deb-scratch-find-package build_consumer "$scratch/usr" "$work/consumer-deb"
 
-echo "install: $passed passed, $failed failed"
+echo "install: $passed passed, $failed failed" | tee "$work/summary.log"
 [ "$failed" -eq 0 ]

@@ -1,4 +1,6 @@
 // drvctl as a user runs it: exit status, exact messages and results, JSON, the shell.
+#include "support/checked_process.h"
+
 #include <gtest/gtest.h>
 
 #include <QProcess>
@@ -19,7 +21,7 @@ Outcome drvctl(const QStringList& arguments, const QByteArray& input = QByteArra
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("DRVCTL_PLUGIN")); // the plug-in just built, whatever the shell says
     process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(DRVCTL_PATH), arguments);
+    startChecked(process, QStringLiteral(DRVCTL_PATH), arguments);
     process.write(input);
     process.closeWriteChannel();
     const bool exited = process.waitForFinished(20000) && process.exitStatus() == QProcess::NormalExit;
