@@ -18,6 +18,11 @@ foreach(line IN LISTS lines)
     continue()
   endif()
   set(symbol "${CMAKE_MATCH_1}")
+  # The standard library's templates come out with its own default visibility
+  # wherever the compiler does not inline them (unoptimised builds).
+  if(symbol MATCHES "(^| )(std|__gnu_cxx)::")
+    continue()
+  endif()
   string(REGEX REPLACE "^(vtable|typeinfo|typeinfo name) for " "" name "${symbol}")
   string(REGEX REPLACE "\\(.*$" "" name "${name}")
   string(REGEX REPLACE "<[^>]*>$" "" name "${name}")
