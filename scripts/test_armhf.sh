@@ -11,9 +11,18 @@ bash scripts/install_deps.sh g++-arm-linux-gnueabihf qemu-user-static mmdebstrap
 sysroot=$PWD/build/armhf-sysroot
 bash scripts/armhf_sysroot.sh "$sysroot"
 
-cmake -S . -B build/armhf -DCMAKE_TOOLCHAIN_FILE=cmake/armhf-toolchain.cmake -DDRIVERS_ARMHF_SYSROOT="$sysroot" \
-  -DCMAKE_BUILD_TYPE=Release -DDRIVERS_WERROR=ON -DDRIVERS_BUILD_BENCH=OFF > /dev/null
-cmake --build build/armhf -j"$(nproc)"
+configure() {
+  cmake -S . -B build/armhf -DCMAKE_TOOLCHAIN_FILE=cmake/armhf-toolchain.cmake -DDRIVERS_ARMHF_SYSROOT="$sysroot" \
+    -DCMAKE_BUILD_TYPE=Release -DDRIVERS_WERROR=ON -DDRIVERS_BUILD_BENCH=OFF -DCMAKE_UNITY_BUILD="$1" > /dev/null
+}
+# Sources compiled in batches take half the time of the cross build. Should two
+# files ever clash inside one batch (the same file-local name), it goes file by file.
+configure ON
+if ! cmake --build build/armhf -j"$(nproc)"; then
+  echo "armhf: the batched build failed; building file by file" >&2
+  configure OFF
+  cmake --build build/armhf -j"$(nproc)"
+fi
 cc -O2 -Wall -Wextra -o build/armhf/without_pidfd scripts/emulation/without_pidfd.c
 
 log=build/armhf/ctest.log
