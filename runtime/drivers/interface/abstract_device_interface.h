@@ -3,9 +3,11 @@
 
 #include <QVariant>
 
+#include "interface/interface_export.h"
+
 // The host's port object for one communication line, as far as drivers use it.
 // A driver keeps no reference to it beyond a call.
-class AbstractDeviceInterface {
+class DRIVER_INTERFACE_EXPORT AbstractDeviceInterface {
 public:
     virtual ~AbstractDeviceInterface() {}
 
