@@ -30,7 +30,8 @@ run_suite sanitize build/sanitize -DCMAKE_BUILD_TYPE=Debug -DDRIVERS_SANITIZE=ON
 # armhf cross build, every test under qemu-arm; then install, CMake package and Debian packages.
 bash scripts/test_armhf.sh && bash scripts/test_install.sh
 
+counts+=("$(bash scripts/ctest_counts.sh armhf build/armhf/ctest.log)" "$(tail -1 build/install-test/summary.log)")
+echo "All tests passed (release, sanitizer and armhf builds; install and packages):"
 printf '%s\n' "${counts[@]}"
-bash scripts/ctest_counts.sh armhf build/armhf/ctest.log
-tail -1 build/install-test/summary.log
-echo "All tests passed (release, sanitizer and armhf builds; install and packages)."
+printf '%s\n' "${counts[@]}" | awk '{ passed += $2; failed += $4 } END { print "total: " passed " passed, " failed " failed" }'
+
