@@ -4,8 +4,8 @@
 # the build), a second driver built against it with find_package and with
 # pkg-config, the installed drvctl on its simulated line with the installed
 # plug-in, and the Debian packages of scripts/package.sh: file lists,
-# dependencies, and the amd64 ones unpacked with dpkg -x into a scratch root
-# and run from there. Prints "install: N passed, M failed" last.
+# dependencies, and the packages unpacked with dpkg -x into scratch roots and
+# run from there (armhf under emulation). Prints "install: N passed, M failed" last.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -98,6 +98,19 @@ mkdir -p "$scratch"
 for deb in "$debs"/*_amd64.deb; do dpkg -x "$deb" "$scratch"; done
 check deb-scratch-drvctl drvctl_session "$scratch/usr/bin/drvctl"
 check deb-scratch-find-package build_consumer "$scratch/usr" "$work/consumer-deb"
+
+# The armhf packages, unpacked the same way, run under emulation in a PID
+# namespace of their own (Qt and the C library from the armhf sysroot).
+scratch_armhf=$work/scratch-armhf
+mkdir -p "$scratch_armhf"
+for deb in "$debs"/*_armhf.deb; do dpkg -x "$deb" "$scratch_armhf"; done
+qemu=$(command -v qemu-arm-static || command -v qemu-arm)
+printf '#!/bin/sh\nexec %s -L %s %s "$@"\n' "$qemu" "$root/build/armhf-sysroot" "$scratch_armhf/usr/bin/drvctl" \
+  > "$work/drvctl-armhf"
+chmod +x "$work/drvctl-armhf"
+export -f drvctl_session
+check deb-scratch-drvctl-armhf unshare --user --map-root-user --pid --fork --kill-child \
+  bash -c 'drvctl_session "$0"' "$work/drvctl-armhf"
 
 echo "install: $passed passed, $failed failed" | tee "$work/summary.log"
 [ "$failed" -eq 0 ]
