@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs every Debian 12 package the build, the tests, the benchmarks and the
-# host tool use. Safe to run again.
+# host tool use, and any further packages named as arguments. Safe to run again.
 set -euo pipefail
 
 packages=(
@@ -9,6 +9,7 @@ packages=(
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   libmodbus-dev
   tshark
+  "$@"
 )
 
 missing=()
@@ -18,6 +19,7 @@ done
 if ((${#missing[@]})); then
   SUDO=""
   [ "$(id -u)" -eq 0 ] || SUDO="sudo"
-  $SUDO apt-get update
-  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y --no-install-recommends "${missing[@]}"
+  # Other jobs on the machine may hold apt's lock for a while.
+  $SUDO apt-get -o DPkg::Lock::Timeout=600 update
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get -o DPkg::Lock::Timeout=600 install -y --no-install-recommends "${missing[@]}"
 fi

@@ -12,12 +12,8 @@ QString choosePluginPath(const QString& fromOption)
     const QString fromEnvironment = qEnvironmentVariable("DRVCTL_PLUGIN");
     if (!fromEnvironment.isEmpty())
         return fromEnvironment;
-    const QString built = QStringLiteral(DRVCTL_DEFAULT_PLUGIN);
-    if (QFileInfo::exists(built))
-        return built;
-    const QString beside = QCoreApplication::applicationDirPath() + QStringLiteral("/../lib/")
-                           + QFileInfo(built).fileName();
-    return QFileInfo::exists(beside) ? beside : built;
+    // Relative to drvctl itself, so that a build tree and an installed tree both work.
+    return QCoreApplication::applicationDirPath() + QLatin1Char('/') + QStringLiteral(DRVCTL_DEFAULT_PLUGIN);
 }
 
 DriverInterface* loadDriverPlugin(QPluginLoader& loader, const QString& path, QString* error)

@@ -6,8 +6,8 @@
 class DriverInterface;
 class QPluginLoader;
 
-// --plugin wins, then DRVCTL_PLUGIN, then the plug-in built with drvctl, then
-// one in ../lib beside the executable (an installed tree).
+// --plugin wins, then DRVCTL_PLUGIN, then the plug-in where the build and the
+// install put it relative to drvctl.
 QString choosePluginPath(const QString& fromOption);
 
 // The driver behind the plug-in's root object, or nullptr with a readable error.

@@ -1,6 +1,8 @@
 #ifndef HOST_TESTS_DRVCTL_RUNNER_H
 #define HOST_TESTS_DRVCTL_RUNNER_H
 
+#include "support/checked_process.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -26,7 +28,7 @@ inline void startDrvctl(QProcess* process, const QStringList& arguments)
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("DRVCTL_PLUGIN"));
     process->setProcessEnvironment(environment);
-    process->start(QStringLiteral(DRVCTL_PATH), arguments);
+    startChecked(*process, QStringLiteral(DRVCTL_PATH), arguments);
 }
 
 inline Outcome finish(QProcess* process, int timeoutMs = 20000)

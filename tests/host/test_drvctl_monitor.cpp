@@ -2,6 +2,7 @@
 // drvctl runs drive the line, and what it decoded is compared with the frames
 // those runs saved with --pcap.
 #include "drvctl_runner.h"
+#include "support/checked_process.h"
 
 #include <gtest/gtest.h>
 
@@ -112,7 +113,7 @@ TEST(DrvctlPcap, TsharkReadsTheSavedFramesAsModbusRtu)
     ASSERT_EQ(run.exitCode, 1) << run.err; // the last read has no answer
 
     QProcess tshark;
-    tshark.start(QStringLiteral("tshark"), {"-r", pcap, "-o", "uat:user_dlts:\"User 0 (DLT=147)\",\"mbrtu\",\"0\",\"\",\"0\",\"\""});
+    startChecked(tshark, QStringLiteral("tshark"), {"-r", pcap, "-o", "uat:user_dlts:\"User 0 (DLT=147)\",\"mbrtu\",\"0\",\"\",\"0\",\"\""});
     ASSERT_TRUE(tshark.waitForFinished(60000));
     QStringList summaries;
     const QRegularExpression summary(QStringLiteral("(Query|Response): Unit: +(\\d+), Func: +(\\d+)"));

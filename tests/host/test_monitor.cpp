@@ -3,6 +3,7 @@
 // session on the simulated line seen through its listen-only tap, saved as pcap
 // and read back by Wireshark's tshark.
 #include "host_test_support.h"
+#include "support/checked_process.h"
 #include "monitor/frame_splitter.h"
 #include "monitor/pcap_writer.h"
 #include "port/rtu_frame_layout.h"
@@ -437,7 +438,7 @@ TEST_F(MonitoredSession, SavedFramesReadBackByTsharkAsModbusRtu)
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("WIRESHARK_CONFIG_DIR"), dir.filePath(QStringLiteral("wireshark")));
     tshark.setProcessEnvironment(environment);
-    tshark.start(tsharkPath(), {"-r", dir.filePath(QStringLiteral("line.pcap")), "-o",
+    startChecked(tshark, tsharkPath(), {"-r", dir.filePath(QStringLiteral("line.pcap")), "-o",
                                 "uat:user_dlts:\"User 0 (DLT=147)\",\"mbrtu\",\"0\",\"\",\"0\",\"\"", "-T", "fields",
                                 "-e", "mbrtu.unit_id", "-e", "modbus.func_code", "-e", "modbus.regval_uint16", "-e",
                                 "_ws.col.Info"});

@@ -42,14 +42,15 @@ TEST(SerialPortTest, Rs485ModeRefusedByAPseudoTerminalIsReportedNotFatal)
     SerialPortOptions options = portOptions(pty.path(), 100);
     SerialPort port(options);
     ASSERT_TRUE(port.open()) << port.errorString().toStdString();
-    const QString expected = QStringLiteral("RS-485 mode not available on %1 (Inappropriate ioctl for device): "
-                                            "the adapter must switch the line direction itself")
-                                 .arg(QString::fromStdString(pty.path()));
-    EXPECT_EQ(port.rs485Status(), expected);
+    // The system's reason varies (ENOTTY from a kernel, ENOSYS under user-mode emulation).
+    const QString status = port.rs485Status();
+    EXPECT_TRUE(status.startsWith(QStringLiteral("RS-485 mode not available on %1 (").arg(QString::fromStdString(pty.path()))))
+        << status.toStdString();
+    EXPECT_TRUE(status.endsWith(QStringLiteral("): the adapter must switch the line direction itself"))) << status.toStdString();
     options.requireRs485 = true;
     SerialPort demanding(options);
     EXPECT_FALSE(demanding.open());
-    EXPECT_EQ(demanding.errorString(), expected);
+    EXPECT_EQ(demanding.errorString(), status);
 }
 
 // Option 12 comes first, as the driver sends it before every request: stale input must go.

@@ -1,4 +1,5 @@
-# Fails unless every name in SYMBOLS is a defined dynamic symbol of LIBRARY.
+# Fails unless every name in SYMBOLS is a defined dynamic symbol of LIBRARY and,
+# when SECTION is given, LIBRARY has a section of that name.
 execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY} OUTPUT_VARIABLE exported RESULT_VARIABLE status)
 if(NOT status EQUAL 0)
   message(FATAL_ERROR "nm failed on ${LIBRARY}")
@@ -8,3 +9,10 @@ foreach(symbol IN LISTS SYMBOLS)
     message(FATAL_ERROR "${symbol} is not exported unmangled from ${LIBRARY}")
   endif()
 endforeach()
+if(SECTION)
+  execute_process(COMMAND ${READELF} -S -W ${LIBRARY} OUTPUT_VARIABLE sections RESULT_VARIABLE status)
+  string(REPLACE "." "\\." pattern "${SECTION}")
+  if(NOT status EQUAL 0 OR NOT sections MATCHES " ${pattern} ")
+    message(FATAL_ERROR "${LIBRARY} has no ${SECTION} section")
+  endif()
+endif()

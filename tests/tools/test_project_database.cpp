@@ -7,6 +7,7 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include "tools/project_database.h"
+#include "support/checked_process.h"
 
 TEST(ProjectDatabase, LookupsOnARealFile)
 {
@@ -89,7 +90,7 @@ TEST(ProjectPaths, FollowTheDirectoriesBesideTheApplication)
             ASSERT_TRUE(QDir(application).mkpath(directory));
         ASSERT_TRUE(QFile::copy(QStringLiteral(PROJECT_PATHS_PROBE), application + "/probe"));
         QProcess probe;
-        probe.start(application + "/probe", QStringList());
+        startChecked(probe, application + "/probe", QStringList());
         ASSERT_TRUE(probe.waitForFinished(30000)) << layout.database;
         EXPECT_EQ(QString::fromLocal8Bit(probe.readAllStandardOutput()),
                   application + layout.compile + '\n' + application + layout.database + '\n');

@@ -37,6 +37,7 @@ TEST(Timing, SleepClockAndProcesses)
     ASSERT_GT(child, 0);
     waitpid(child, nullptr, 0);
     EXPECT_FALSE(ProcessIsRunning(child) || ProcessIsRunning(0)); // 0 names a process group, not a process
+    EXPECT_FALSE(ProcessIsRunning((1LL << 32) + getpid())); // not cut down to our own id
 }
 
 TEST(TextUtilities, NumbersPrefixesAndDumps)

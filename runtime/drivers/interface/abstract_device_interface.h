@@ -3,12 +3,14 @@
 
 #include <QVariant>
 
+#include "interface/interface_export.h"
+
 // Option code drivers pass to setOption() before every request: discard input not yet read.
 constexpr int DiscardInputOption = 12;
 
 // The host's port object for one communication line, as far as drivers use it.
 // A driver keeps no reference to it beyond a call.
-class AbstractDeviceInterface {
+class DRIVER_INTERFACE_EXPORT AbstractDeviceInterface {
 public:
     virtual ~AbstractDeviceInterface() {}
 

@@ -7,6 +7,7 @@
 #include <QtPlugin>
 
 #include "interface/communicator_command.h"
+#include "interface/interface_export.h"
 
 class AbstractDeviceInterface;
 class DeviceSetting;
@@ -15,7 +16,7 @@ class DriverSetting;
 // The abstract driver every driver of the runtime implements. A driver class
 // derives from QObject first and from DriverInterface second. The order of the
 // virtual operations is part of the contract with the host: do not reorder.
-class DriverInterface {
+class DRIVER_INTERFACE_EXPORT DriverInterface {
 public:
     virtual ~DriverInterface() {}
 

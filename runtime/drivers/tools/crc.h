@@ -1,6 +1,8 @@
 #ifndef CRC_H
 #define CRC_H
 
+#include "tools/drivertools_export.h"
+
 // Per-byte CRC updates that a driver folds over its frame itself. Each takes the
 // running CRC and one byte (taken as 0..255) and returns the new CRC; the start
 // value and any final exclusive or or byte swap are the caller's. C linkage, so
@@ -18,12 +20,12 @@
 extern "C" {
 #endif
 
-unsigned short update_crc_16(unsigned short crc, char c);
-unsigned short update_crc_kermit(unsigned short crc, char c);
-unsigned short update_crc_dnp(unsigned short crc, char c);
-unsigned short update_crc_ccitt(unsigned short crc, char c);
-unsigned int update_crc_32(unsigned int crc, char c);
-unsigned short update_crc_sick(unsigned short crc, char c, char previous);
+DRIVERTOOLS_EXPORT unsigned short update_crc_16(unsigned short crc, char c);
+DRIVERTOOLS_EXPORT unsigned short update_crc_kermit(unsigned short crc, char c);
+DRIVERTOOLS_EXPORT unsigned short update_crc_dnp(unsigned short crc, char c);
+DRIVERTOOLS_EXPORT unsigned short update_crc_ccitt(unsigned short crc, char c);
+DRIVERTOOLS_EXPORT unsigned int update_crc_32(unsigned int crc, char c);
+DRIVERTOOLS_EXPORT unsigned short update_crc_sick(unsigned short crc, char c, char previous);
 
 #ifdef __cplusplus
 }

@@ -5,6 +5,8 @@
 
 #include <QByteArray>
 
+#include "tools/drivertools_export.h"
+
 // A format is a run of items: a letter, or a decimal count followed by a letter.
 //   C c          1 byte
 //   S s v        2 bytes, low byte first       n   2 bytes, high byte first
@@ -20,17 +22,17 @@
 // Writes into buffer, which the caller guarantees is large enough. Returns the bytes
 // by which the position advanced; 0 for an empty format or an unknown character;
 // -1 for a faulty item. Bytes written before an error stay written.
-int DataPack(unsigned char* buffer, const char* format, ...);
-int VDataPack(unsigned char* buffer, const char* format, va_list args);
+DRIVERTOOLS_EXPORT int DataPack(unsigned char* buffer, const char* format, ...);
+DRIVERTOOLS_EXPORT int VDataPack(unsigned char* buffer, const char* format, va_list args);
 
 // The packed bytes; empty for an empty format and on any error. A single X adds a
 // zero byte; counted x and X are errors here.
-QByteArray ByteArrayPack(const char* format, ...);
-QByteArray VByteArrayPack(const char* format, va_list args);
+DRIVERTOOLS_EXPORT QByteArray ByteArrayPack(const char* format, ...);
+DRIVERTOOLS_EXPORT QByteArray VByteArrayPack(const char* format, va_list args);
 
 // Reads from data, which the caller guarantees holds everything the format covers.
 // Returns the bytes consumed; 0 for an empty format; -1 on any error.
-int DataUnpack(const unsigned char* data, const char* format, ...);
-int VDataUnpack(const unsigned char* data, const char* format, va_list args);
+DRIVERTOOLS_EXPORT int DataUnpack(const unsigned char* data, const char* format, ...);
+DRIVERTOOLS_EXPORT int VDataUnpack(const unsigned char* data, const char* format, va_list args);
 
 #endif

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QtGlobal>
 
+#include "tools/drivertools_export.h"
+
 class QDataStream;
 
 // Kinds of port. Only 16, the serial port of the servo driver's default record,
@@ -17,7 +19,7 @@ enum device_type : qint32 {
 
 // One communication port: kind, device string, line parameters, project link and
 // a list of network endpoints of which one is current.
-class DeviceSetting {
+class DRIVERTOOLS_EXPORT DeviceSetting {
 public:
     typedef QPair<QString, unsigned short> Endpoint;
 
@@ -56,7 +58,7 @@ private:
     int entryPosition(int index) const;
 };
 
-QDataStream& operator<<(QDataStream& stream, const DeviceSetting& setting);
-QDataStream& operator>>(QDataStream& stream, DeviceSetting& setting);
+DRIVERTOOLS_EXPORT QDataStream& operator<<(QDataStream& stream, const DeviceSetting& setting);
+DRIVERTOOLS_EXPORT QDataStream& operator>>(QDataStream& stream, DeviceSetting& setting);
 
 #endif

@@ -3,11 +3,13 @@
 
 #include <QString>
 
+#include "tools/drivertools_export.h"
+
 class QDataStream;
 
 // A driver's protocol parameters. Units of timeout and delay are the host's
 // (the servo driver's port layer reads both as milliseconds).
-class DriverSetting {
+class DRIVERTOOLS_EXPORT DriverSetting {
 public:
     DriverSetting(int timeout, int retry, int stationid, int delay);
     // text and number are accepted for the host's sake and not kept.
@@ -30,7 +32,7 @@ public:
 };
 
 // Stream form: the four numbers as 32-bit ints, nothing else.
-QDataStream& operator<<(QDataStream& stream, const DriverSetting& setting);
-QDataStream& operator>>(QDataStream& stream, DriverSetting& setting);
+DRIVERTOOLS_EXPORT QDataStream& operator<<(QDataStream& stream, const DriverSetting& setting);
+DRIVERTOOLS_EXPORT QDataStream& operator>>(QDataStream& stream, DriverSetting& setting);
 
 #endif

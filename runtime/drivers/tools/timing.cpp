@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
+#include <limits>
 #include <sys/types.h>
 
 void HRSleep(unsigned long milliseconds)
@@ -29,8 +30,9 @@ long long CurrentMSecsSinceBoot()
 
 bool ProcessIsRunning(long long pid)
 {
-    // 0 and negative ids name process groups (or every process), never one process.
-    if (static_cast<pid_t>(pid) <= 0)
+    // 0 and negative ids name process groups (or every process), never one process;
+    // an id beyond pid_t would be cut to some other process's id.
+    if (pid <= 0 || pid > std::numeric_limits<pid_t>::max())
         return false;
     if (kill(static_cast<pid_t>(pid), 0) == 0)
         return true;

@@ -5,6 +5,8 @@
 #include <QList>
 #include <QString>
 
+#include "tools/drivertools_export.h"
+
 // A frame built, or taken apart, section by section. A section table entry of 0 or
 // more is the section's size; an entry -k gives the size as the 32-bit value, low
 // byte first, in the first four bytes of section k.
@@ -13,7 +15,7 @@
 // number that is not valid, to a section holding fewer than four bytes, or one whose
 // size depends on itself (also through other sections' references) resolves to 0;
 // so does a negative value read from the bytes.
-class TxPackage {
+class DRIVERTOOLS_EXPORT TxPackage {
 public:
     // Replace the bytes; the section table is left as it is.
     bool setData(const QByteArray& bytes);
@@ -62,6 +64,6 @@ private:
 };
 
 // A section table without sections, for setSectionSize.
-QList<int> EmptyPackageSizeList();
+DRIVERTOOLS_EXPORT QList<int> EmptyPackageSizeList();
 
 #endif
