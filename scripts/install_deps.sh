@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs every Debian 12 package the build, the tests, the benchmarks and the
-# host tool use. Safe to run again.
+# host tool use, and any packages given as arguments. Safe to run again.
 set -euo pipefail
 
 packages=(
@@ -9,6 +9,8 @@ packages=(
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   libmodbus-dev
 )
+# Extra packages a suite asks for, e.g. clang for the fuzz build.
+packages+=("$@")
 
 missing=()
 for package in "${packages[@]}"; do
