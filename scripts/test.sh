@@ -8,8 +8,10 @@ cd "$(dirname "$0")/.."
 bash scripts/install_deps.sh
 
 jobs=$(nproc)
-# Leak checking is off: the plug-in's root object lives until the process ends by design.
-export ASAN_OPTIONS="detect_leaks=0:abort_on_error=1"
+# Leaks are checked; the suppressions name the few objects that live until the
+# process ends by design.
+export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"
+export LSAN_OPTIONS="suppressions=$PWD/scripts/lsan_suppressions.txt:print_suppressions=0"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 export QT_QPA_PLATFORM=offscreen
 
@@ -22,4 +24,5 @@ run_suite() {
 
 run_suite build/release -DCMAKE_BUILD_TYPE=Release
 run_suite build/sanitize -DCMAKE_BUILD_TYPE=Debug -DDRIVERS_SANITIZE=ON -DDRIVERS_BUILD_BENCH=OFF
-echo "All tests passed (release and sanitizer builds)."
+bash scripts/test_fuzz.sh  # fuzz targets (clang, libFuzzer): corpus replays and short bounded runs
+echo "All tests passed (release, sanitizer and fuzz builds)."
