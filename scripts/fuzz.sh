@@ -30,12 +30,13 @@ total_findings=0
 for target in "${targets[@]}"; do
   mkdir -p "$work/corpus/$target"
   log="$work/$target.log"
+  before=$(find "$work/findings" -name "$target-*" | wc -l)
   nice "$build/bin/$target" -max_total_time="$seconds" -timeout=10 -print_final_stats=1 \
     -artifact_prefix="$work/findings/$target-" "$work/corpus/$target" "fuzz/corpus/$target" > "$log" 2>&1 || true
   runs=$(awk '/stat::number_of_executed_units/ {print $2}' "$log")
   cov=$(grep -Eo 'cov: [0-9]+' "$log" | tail -1 | awk '{print $2}')
   ft=$(grep -Eo 'ft: [0-9]+' "$log" | tail -1 | awk '{print $2}')
-  findings=$(find "$work/findings" -name "$target-*" | wc -l)
+  findings=$(( $(find "$work/findings" -name "$target-*" | wc -l) - before ))
   printf '%-24s %12s %8s %8s %9s\n' "$target" "${runs:-0}" "${cov:-?}" "${ft:-?}" "$findings"
   total_runs=$(( total_runs + ${runs:-0} ))
   total_findings=$(( total_findings + findings ))
