@@ -21,6 +21,7 @@ for corpus in fuzz/corpus/*/; do
   [ -x "$build/bin/$target" ] && targets+=("$target")
 done
 seconds=$(( minutes * 60 / ${#targets[@]} ))
+(( seconds >= 1 )) || seconds=1  # 0 would mean no limit to libFuzzer
 mkdir -p "$work/findings"
 export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1}"
 
