@@ -10,8 +10,10 @@ cd "$(dirname "$0")/.."
 bash scripts/install_deps.sh
 
 jobs=$(nproc)
-# Leak checking is off: the plug-in's root object lives until the process ends by design.
-export ASAN_OPTIONS="detect_leaks=0:abort_on_error=1"
+# Leaks are checked; the suppressions name the few objects that live until the
+# process ends by design.
+export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"
+export LSAN_OPTIONS="suppressions=$PWD/scripts/lsan_suppressions.txt:print_suppressions=0"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 export QT_QPA_PLATFORM=offscreen
 
@@ -27,11 +29,14 @@ run_suite() {
 run_suite release build/release -DCMAKE_BUILD_TYPE=Release
 run_suite sanitize build/sanitize -DCMAKE_BUILD_TYPE=Debug -DDRIVERS_SANITIZE=ON -DDRIVERS_BUILD_BENCH=OFF
 
+# Fuzz targets (clang, libFuzzer): corpus replays and short bounded runs.
+bash scripts/test_fuzz.sh
+counts+=("$(bash scripts/ctest_counts.sh fuzz build/fuzz/ctest.log)")
+
 # armhf cross build, every test under qemu-arm; then install, CMake package and Debian packages.
 bash scripts/test_armhf.sh && bash scripts/test_install.sh
-
 counts+=("$(bash scripts/ctest_counts.sh armhf build/armhf/ctest.log)" "$(tail -1 build/install-test/summary.log)")
-echo "All tests passed (release, sanitizer and armhf builds; install and packages):"
+
+echo "All tests passed (release, sanitizer, fuzz and armhf builds; install and packages):"
 printf '%s\n' "${counts[@]}"
 printf '%s\n' "${counts[@]}" | awk '{ passed += $2; failed += $4 } END { print "total: " passed " passed, " failed " failed" }'
-

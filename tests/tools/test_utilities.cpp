@@ -1,4 +1,5 @@
 // Timing, text and command helpers of the toolkit.
+#include <climits>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <sys/time.h>
@@ -72,13 +73,16 @@ TEST(CommandHelpers, SafeDataLengthAndData)
 {
     const struct { int dataType; int count; int length; } cases[] = {
         {Bit, 0, 0},   {Bit, 1, 1},  {Bit, 8, 1},   {Bit, 9, 2},         {BitBlock, 16, 2}, {Byte, 7, 7},
-        {Block, 5, 5}, {Word, 3, 6}, {Word, -4, 0}, {DoubleWord, 3, 12}, {QuadWord, 3, 24}, {7, 10, 0}};
+        {Block, 5, 5}, {Word, 3, 6}, {Word, -4, 0}, {DoubleWord, 3, 12}, {QuadWord, 3, 24}, {7, 10, 0},
+        // Negative bit counts that truncating division would round up to one byte.
+        {Bit, -1, 0},  {Bit, -7, 0}, {BitBlock, -1, 0}, {BitBlock, -7, 0}, {Bit, -8, 0}, {Bit, INT_MIN, 0}};
     for (const auto& c : cases)
         EXPECT_EQ(GetSafeDataLen(CommunicatorCommand(c.dataType, c.count, "HR1")), c.length)
             << "type " << c.dataType << " count " << c.count;
     const CommunicatorCommand threeWords(Word, 3, QStringLiteral("HR1"));
     EXPECT_EQ(hexOf(ToSafeData(threeWords, hex("01020304"))), "010203040000");
     EXPECT_EQ(hexOf(ToSafeData(threeWords, hex("0102030405060708090a"))), "010203040506");
+    EXPECT_TRUE(ToSafeData(CommunicatorCommand(Bit, -3, QStringLiteral("DO1")), hex("ff")).isEmpty());
     EXPECT_FALSE(isBitCommand(CommunicatorCommand(BitBlock, 1, {})));
     EXPECT_TRUE(getBitData(hex("0300")) && !getBitData(hex("02")) && !getBitData(QByteArray()));
 }

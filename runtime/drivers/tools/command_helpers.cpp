@@ -19,7 +19,9 @@ int GetSafeDataLen(const CommunicatorCommand& command)
     long long length = 0;
     switch (command.dataType) {
     case Bit:
-    case BitBlock: length = count / 8 + (count % 8 != 0 ? 1 : 0); break;
+    // Whole bytes rounded down, plus one for a part byte: C++ division truncates
+    // towards zero, so -1..-7 would otherwise come out as 1 byte.
+    case BitBlock: length = count <= 0 ? 0 : count / 8 + (count % 8 != 0 ? 1 : 0); break;
     case Byte:
     case Block: length = count; break;
     case Word: length = 2 * count; break;
