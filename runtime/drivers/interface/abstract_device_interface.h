@@ -3,6 +3,10 @@
 
 #include <QVariant>
 
+// Option code that drivers set, with the integer 0, before every request: the
+// port discards whatever input is still unread.
+constexpr int DiscardInputOption = 12;
+
 // The host's port object for one communication line, as far as drivers use it.
 // A driver keeps no reference to it beyond a call.
 class AbstractDeviceInterface {

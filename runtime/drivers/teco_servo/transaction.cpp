@@ -1,49 +1,65 @@
 // The one request/reply exchange that every read and write transaction runs.
 #include "teco_servo/driver_teco_servo.h"
-#include "teco_servo/modbus_rtu_frame.h"
 
 #include <cstring>
 
-int DriverTecoServo::stationFromPort(AbstractDeviceInterface* port)
+namespace {
+
+// What setOption carries with the discard-input code; built once.
+const QVariant& discardValue()
 {
-    const int station = port->getStationId();
-    // Compared unsigned, so negative ids are refused too.
-    if (static_cast<unsigned int>(station) > 255) {
-        setCommError(QString::asprintf("invalid slave id:%d", station));
-        return -1;
-    }
-    return station;
+    static const QVariant zero(0);
+    return zero;
 }
 
-bool DriverTecoServo::exchange(AbstractDeviceInterface* port, const QByteArray& request,
-                               ReplyBuffer& reply, CrcCheck crcCheck)
+} // namespace
+
+bool DriverTecoServo::resolveStation(AbstractDeviceInterface* port, Station station, unsigned char& slave)
 {
-    const int replyLength = ModbusRTUReplyLength(request);
-    if (request.size() < 2 || replyLength > ReplyBuffer::Size) {
+    if (!station.askPort()) {
+        slave = station.slave();
+        return true;
+    }
+    const int id = port->getStationId();
+    if (static_cast<unsigned int>(id) > 255) {
+        setCommError(QString::asprintf("invalid slave id:%d", id));
+        return false;
+    }
+    slave = static_cast<unsigned char>(id);
+    return true;
+}
+
+bool DriverTecoServo::exchange(AbstractDeviceInterface* port, const ModbusRequest& request, ReplyBuffer& reply,
+                               CrcCheck crcCheck)
+{
+    using namespace ModbusRtu;
+    const int replyLength = request.replyLength();
+    if (replyLength > ReceiveBufferSize) {
         setCommError(QStringLiteral("invalid response"));
         return false;
     }
-    const unsigned char slave = static_cast<unsigned char>(request.at(0));
-    const unsigned char function = static_cast<unsigned char>(request.at(1));
 
-    port->setOption(12, QVariant(0));
-    port->send(request.constData(), request.size());
+    port->setOption(DiscardInputOption, discardValue());
+    port->send(request.chars(), request.size());
 
     std::memset(reply.bytes, 0, sizeof reply.bytes);
-    const int received = port->receive(reply.chars(), 5);
-    if (!checkMinADU(slave, reply.chars(), received))
+    const int received = port->receive(reply.chars(), FirstReceiveLength);
+    if (!checkMinADU(request.slave(), reply.chars(), received))
         return false;
-    if (!checkException(reply.chars(), function))
+    if (!checkException(reply.chars(), request.function()))
         return false;
 
-    const int rest = replyLength - 5;
-    if (port->receive(reply.chars() + 5, rest) != rest) {
+    const int rest = replyLength - FirstReceiveLength;
+    if (port->receive(reply.chars() + FirstReceiveLength, rest) != rest) {
         setCommError(QStringLiteral("packet loss"));
         return false;
     }
-    if (crcCheck == VerifyCrc && !ModbusRTUSlaveCheckCRC(reply.bytes, static_cast<unsigned int>(replyLength))) {
-        setCommError(QStringLiteral("CRC error"));
-        return false;
+    if (crcCheck == VerifyCrc) {
+        const unsigned short crc = ModbusRTUCrc(reply.bytes, replyLength - CrcLength);
+        if (reply.bytes[replyLength - 2] != (crc & 0xFF) || reply.bytes[replyLength - 1] != (crc >> 8)) {
+            setCommError(QStringLiteral("CRC error"));
+            return false;
+        }
     }
     return true;
 }

@@ -1,0 +1,60 @@
+#ifndef MODBUS_REQUEST_H
+#define MODBUS_REQUEST_H
+
+#include "teco_servo/modbus_rtu_sizes.h"
+
+// CRC-16/MODBUS of length bytes: width 16, polynomial 0x8005 reflected, initial
+// 0xFFFF, no final XOR. The low-order byte goes first on the wire.
+unsigned short ModbusRTUCrc(const unsigned char* bytes, int length);
+
+// One Modbus RTU request, built in place: slave, function code, function data,
+// CRC. It knows from its own fields how long the normal reply must be, so the
+// exchange asks the port for exactly that many bytes.
+class ModbusRequest {
+public:
+    // Functions 1 to 4: start address and quantity of bits or registers.
+    static ModbusRequest readDevices(unsigned char slave, unsigned char function, unsigned short address,
+                                     unsigned short quantity);
+    // Functions 5 and 6: one address and one 16-bit value.
+    static ModbusRequest writeSingle(unsigned char slave, unsigned char function, unsigned short address,
+                                     unsigned short value);
+    // Functions 15 and 16: the header with the byte count; the caller fills
+    // byteCount bytes at payload() and then calls seal().
+    static ModbusRequest writeMultiple(unsigned char slave, unsigned char function, unsigned short address,
+                                       unsigned short quantity, unsigned char byteCount);
+    unsigned char* payload() { return frame + ModbusRtu::MultipleWriteHeaderLength; }
+    // Appends the CRC of everything before it.
+    void seal();
+
+    unsigned char slave() const { return frame[0]; }
+    unsigned char function() const { return frame[1]; }
+    const unsigned char* bytes() const { return frame; }
+    const char* chars() const { return reinterpret_cast<const char*>(frame); }
+    int size() const { return length; }
+    // 5 + ceil(n / 8) for functions 1 and 2, 5 + 2n for 3 and 4, 8 for the echo of 5, 6, 15 and 16.
+    int replyLength() const { return expectedReplyLength; }
+    // Where the data of a read reply start.
+    static constexpr int dataOffset() { return ModbusRtu::HeaderLength; }
+
+private:
+    ModbusRequest() = default;
+    void putByte(unsigned char value) { frame[length++] = value; }
+    void putWord(unsigned short value);
+
+    unsigned char frame[ModbusRtu::MaxRequestLength];
+    int length = 0;
+    int expectedReplyLength = ModbusRtu::EchoReplyLength;
+};
+
+// Where the reply is received: the whole reply lies in it from byte 0 on.
+struct ReplyBuffer {
+    unsigned char bytes[ModbusRtu::ReceiveBufferSize];
+
+    char* chars() { return reinterpret_cast<char*>(bytes); }
+    const char* chars() const { return reinterpret_cast<const char*>(bytes); }
+    // The data of a read reply.
+    const unsigned char* data() const { return bytes + ModbusRequest::dataOffset(); }
+    unsigned char* data() { return bytes + ModbusRequest::dataOffset(); }
+};
+
+#endif
