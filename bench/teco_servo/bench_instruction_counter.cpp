@@ -15,7 +15,6 @@
 
 namespace InstructionCounter {
 namespace {
-bool measuring = false;
 
 std::string ownPath()
 {
@@ -43,45 +42,19 @@ bool readDump(const std::string& file, std::string& name, double& instructions)
     }
     return haveName && haveCount;
 }
+
 } // namespace
 
 #if HAVE_CALLGRIND
-bool counting() { return RUNNING_ON_VALGRIND != 0; }
-
-void begin()
-{
-    CALLGRIND_ZERO_STATS;
-    measuring = true;
-    CALLGRIND_TOGGLE_COLLECT;
-}
-
-void end(const std::string& name)
-{
-    CALLGRIND_TOGGLE_COLLECT;
-    measuring = false;
-    CALLGRIND_DUMP_STATS_AT(name.c_str());
-}
-
-Pause::Pause() : paused(measuring)
-{
-    if (paused)
-        CALLGRIND_TOGGLE_COLLECT;
-}
-
-Pause::~Pause()
-{
-    if (paused)
-        CALLGRIND_TOGGLE_COLLECT;
-}
+void begin() { CALLGRIND_ZERO_STATS; }
+void end(const std::string& name) { CALLGRIND_DUMP_STATS_AT(name.c_str()); }
 #else
-bool counting() { return false; }
 void begin() {}
 void end(const std::string&) {}
-Pause::Pause() : paused(false) {}
-Pause::~Pause() {}
 #endif
 
-std::map<std::string, double> countInChildRun(const char* argument, std::string* why)
+std::map<std::string, double> countInChildRun(const std::string& argument, const std::vector<std::string>& collected,
+                                              const std::vector<std::string>& leftOut, std::string* why)
 {
     std::map<std::string, double> counts;
     if (!HAVE_CALLGRIND) {
@@ -97,21 +70,29 @@ std::map<std::string, double> countInChildRun(const char* argument, std::string*
         *why = "no temporary directory";
         return counts;
     }
-    const std::string out = std::string(directory) + "/callgrind.out";
-    const std::string command = "valgrind --tool=callgrind --collect-atstart=no --callgrind-out-file=" + out
-        + " -q '" + ownPath() + "' " + argument;
+    // A function named to --toggle-collect switches collection on its entry
+    // and back on its return: so the loop turns it on, and a left-out
+    // function called inside the loop turns it off for its own duration.
+    std::string command = "valgrind --tool=callgrind --collect-atstart=no -q --callgrind-out-file="
+        + std::string(directory) + "/callgrind.out";
+    for (const std::string& name : collected)
+        command += " '--toggle-collect=" + name + "'";
+    for (const std::string& name : leftOut)
+        command += " '--toggle-collect=" + name + "'";
+    command += " '" + ownPath() + "' " + argument;
     if (std::system(command.c_str()) != 0)
         *why = "the run under callgrind failed";
 
     if (DIR* dir = opendir(directory)) {
         while (dirent* entry = readdir(dir)) {
+            if (entry->d_name[0] == '.')
+                continue;
             const std::string file = std::string(directory) + "/" + entry->d_name;
             std::string name;
             double instructions = 0;
-            if (entry->d_name[0] != '.' && readDump(file, name, instructions))
+            if (readDump(file, name, instructions))
                 counts[name] = instructions;
-            if (entry->d_name[0] != '.')
-                std::remove(file.c_str());
+            std::remove(file.c_str());
         }
         closedir(dir);
     }

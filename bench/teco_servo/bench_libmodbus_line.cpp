@@ -14,6 +14,23 @@ Function next(const char* name)
 {
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
+
+// The C library's own functions, for every other descriptor.
+ssize_t realRead(int fd, void* buffer, size_t length)
+{
+    static const auto real = next<ssize_t (*)(int, void*, size_t)>("read");
+    return real(fd, buffer, length);
+}
+ssize_t realWrite(int fd, const void* data, size_t length)
+{
+    static const auto real = next<ssize_t (*)(int, const void*, size_t)>("write");
+    return real(fd, data, length);
+}
+int realSelect(int count, fd_set* readable, fd_set* writable, fd_set* failed, struct timeval* timeout)
+{
+    static const auto real = next<int (*)(int, fd_set*, fd_set*, fd_set*, struct timeval*)>("select");
+    return real(count, readable, writable, failed, timeout);
+}
 } // namespace
 
 LibmodbusLine::LibmodbusLine(InstantServo& servo)
@@ -41,8 +58,7 @@ ssize_t read(int fd, void* buffer, size_t length)
 {
     if (fd == lineFd && lineServo != nullptr)
         return lineServo->take(static_cast<unsigned char*>(buffer), static_cast<int>(length));
-    static const auto real = next<ssize_t (*)(int, void*, size_t)>("read");
-    return real(fd, buffer, length);
+    return realRead(fd, buffer, length);
 }
 
 ssize_t write(int fd, const void* data, size_t length)
@@ -51,17 +67,15 @@ ssize_t write(int fd, const void* data, size_t length)
         lineServo->answer(static_cast<const unsigned char*>(data), static_cast<int>(length));
         return static_cast<ssize_t>(length);
     }
-    static const auto real = next<ssize_t (*)(int, const void*, size_t)>("write");
-    return real(fd, data, length);
+    return realWrite(fd, data, length);
 }
 
 int select(int count, fd_set* readable, fd_set* writable, fd_set* failed, struct timeval* timeout)
 {
-    if (lineFd >= 0 && count == lineFd + 1 && readable != nullptr && FD_ISSET(lineFd, readable)
-        && writable == nullptr && lineServo != nullptr)
+    // libmodbus waits for its own descriptor alone.
+    if (lineServo != nullptr && count == lineFd + 1 && writable == nullptr)
         return lineServo->pending() > 0 ? 1 : 0;
-    static const auto real = next<int (*)(int, fd_set*, fd_set*, fd_set*, struct timeval*)>("select");
-    return real(count, readable, writable, failed, timeout);
+    return realSelect(count, readable, writable, failed, timeout);
 }
 
 } // extern "C"

@@ -21,7 +21,10 @@ public:
         servo.answer(reinterpret_cast<const unsigned char*>(data), length);
         return length;
     }
-    bool setOption(int, const QVariant&) override { return true; }
+    bool setOption(int, const QVariant&) override
+    {
+        return true;
+    }
     int getRetry() override { return 0; }
     int getStationId() override { return station; }
     int getDelay() override { return 0; }

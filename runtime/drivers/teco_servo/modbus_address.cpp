@@ -12,48 +12,26 @@ const KnownArea knownAreas[] = {
     {"HR", 2, AreaKind::HoldingRegisters}, {"FN6HR", 5, AreaKind::HoldingRegistersWithFN6},
     {"DO", 2, AreaKind::Coils},            {"FN5DO", 5, AreaKind::CoilsWithFN5},
     {"DI", 2, AreaKind::DiscreteInputs}};
-const int LongestAreaLetters = 5;
 
-bool sameIgnoringCase(char c, char expected)
+// c is expected, or its lower-case form for a letter.
+bool sameIgnoringCase(unsigned int c, char expected)
 {
-    return c == expected || (expected >= 'A' && expected <= 'Z' && c == expected + ('a' - 'A'));
+    return c == static_cast<unsigned char>(expected)
+        || (expected >= 'A' && expected <= 'Z' && c == static_cast<unsigned int>(expected + ('a' - 'A')));
 }
 
-bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+unsigned int code(char c) { return static_cast<unsigned char>(c); }
+unsigned int code(ushort u) { return u; }
 
-// The character as the text's 8-bit (Latin-1) conversion gives it.
-char latin1At(const QChar* s, int i)
-{
-    const ushort u = s[i].unicode();
-    return u > 0xFF ? '?' : static_cast<char>(u);
-}
-
-// "SW" anywhere, any case. Qt's comparison folds a few other characters to
-// S, so any text beyond ASCII is left to it.
-bool containsSW(const QString& text)
-{
-    const QChar* s = text.constData();
-    const int n = text.size();
-    for (int i = 0; i < n; ++i) {
-        const ushort u = s[i].unicode();
-        if (u >= 0x80)
-            return text.contains(QLatin1String("SW"), Qt::CaseInsensitive);
-        if ((u | 0x20) == 's' && i + 1 < n && (s[i + 1].unicode() | 0x20) == 'w')
-            return true;
-    }
-    return false;
-}
-
-} // namespace
-
-AreaKind areaOf(const char* prefix, int length)
+// Bytes, or the characters of a text: one beyond Latin-1 equals no area letter.
+template <typename Char>
+AreaKind areaIn(const Char* prefix, int length)
 {
     for (const KnownArea& area : knownAreas) {
-        if (length < area.length)
+        if (length < area.length || !sameIgnoringCase(code(prefix[0]), area.letters[0]))
             continue;
-        int k = 0;
-        while (k < area.length && sameIgnoringCase(prefix[k], area.letters[k]))
+        int k = 1;
+        while (k < area.length && sameIgnoringCase(code(prefix[k]), area.letters[k]))
             ++k;
         if (k == area.length)
             return area.kind;
@@ -61,46 +39,65 @@ AreaKind areaOf(const char* prefix, int length)
     return AreaKind::Other;
 }
 
+bool isLetter(ushort u) { return static_cast<unsigned int>((u | 0x20) - 'a') < 26u; }
+bool isDigit(ushort u) { return static_cast<unsigned int>(u - '0') < 10u; }
+
+// "SW" in characters begin .. end - 1, any case. Qt's comparison folds a few
+// other characters to S, so a text beyond ASCII is left to it.
+int findSW(const ushort* s, int begin, int end)
+{
+    for (int i = begin; i < end; ++i) {
+        if (s[i] >= 0x80)
+            return -1;
+        if ((s[i] | 0x20) == 's' && i + 1 < end && (s[i + 1] | 0x20) == 'w')
+            return 1;
+    }
+    return 0;
+}
+
+} // namespace
+
 AreaKind areaOf(const QByteArray& prefix)
 {
-    return areaOf(prefix.constData(), prefix.size());
+    return areaIn(prefix.constData(), prefix.size());
 }
 
 ParsedAddress parseDeviceAddress(const QString& text, unsigned char bit)
 {
     ParsedAddress parsed{text};
     parsed.bit = bit;
-    parsed.highWordFirst = containsSW(text);
-    const QChar* s = text.constData();
+    const ushort* s = reinterpret_cast<const ushort*>(text.constData());
     const int n = text.size();
-    int i = 0;
 
     // Function-code areas (FN5DO, FN6HR) carry a digit inside their letters, so
     // the first three characters of a text starting with F belong to the prefix.
-    if (n > 0 && (latin1At(s, 0) == 'F' || latin1At(s, 0) == 'f'))
+    int i = 0;
+    if (n > 0 && (s[0] | 0x20) == 'f')
         i = n < 3 ? n : 3;
-    while (i < n && isLetter(latin1At(s, i)))
+    while (i < n && isLetter(s[i]))
         ++i;
     parsed.prefixLength = i;
-    char letters[LongestAreaLetters];
-    const int compared = i < LongestAreaLetters ? i : LongestAreaLetters;
-    for (int k = 0; k < compared; ++k)
-        letters[k] = latin1At(s, k);
-    parsed.area = areaOf(letters, compared);
+    parsed.area = areaIn(s, i);
 
-    if (i >= n)
-        return parsed;
-    if (isDigit(latin1At(s, i))) {
+    if (i < n && isDigit(s[i])) {
         unsigned int value = 0;
-        while (i < n && isDigit(latin1At(s, i)))
-            value = value * 10 + static_cast<unsigned int>(latin1At(s, i++) - '0');
+        for (; i < n && isDigit(s[i]); ++i)
+            value = value * 10 + (s[i] - '0');
         parsed.address = static_cast<unsigned short>(value - 1);
     }
-    if (i < n && latin1At(s, i) == '.') {
-        parsed.bit = 0;
-        for (++i; i < n && isDigit(latin1At(s, i)); ++i)
-            parsed.bit = static_cast<unsigned char>(parsed.bit * 10 + (latin1At(s, i) - '0'));
+    if (i < n && s[i] == '.') {
+        unsigned int value = 0;
+        for (++i; i < n && isDigit(s[i]); ++i)
+            value = (value * 10 + (s[i] - '0')) & 0xFF;
+        parsed.bit = static_cast<unsigned char>(value);
     }
+
+    // Digits and the point hold no S or W, so the word order is told by the
+    // letters in front and whatever follows the number.
+    int sw = findSW(s, 0, parsed.prefixLength);
+    if (sw == 0)
+        sw = findSW(s, i, n);
+    parsed.highWordFirst = sw < 0 ? text.contains(QLatin1String("SW"), Qt::CaseInsensitive) : sw == 1;
     return parsed;
 }
 

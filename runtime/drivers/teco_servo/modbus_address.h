@@ -8,7 +8,6 @@
 // with the area's letters, compared without regard to case (so HRX is HR).
 enum class AreaKind { HoldingRegisters, HoldingRegistersWithFN6, Coils, CoilsWithFN5, DiscreteInputs, Other };
 
-AreaKind areaOf(const char* prefix, int length);
 AreaKind areaOf(const QByteArray& prefix);
 // Holding registers (HR, FN6HR) are read with function 3, every other area with 4.
 inline unsigned char registerReadFunction(AreaKind area)

@@ -1,27 +1,39 @@
 #include "teco_servo/modbus_request.h"
 
+#include <array>
 #include <cstdint>
 
 #include "tools/crc_tables.h"
 
 namespace {
 
-constexpr CrcTable<std::uint16_t> modbusCrcTable = ReflectedCrcTable<std::uint16_t>(0xA001);
+// The two byte tables of the table-driven Modbus CRC: the low and the high
+// byte of each entry of the reflected CRC-16 table for 0xA001.
+template <bool HighByte>
+constexpr std::array<unsigned char, 256> crcByteTable()
+{
+    constexpr CrcTable<std::uint16_t> table = ReflectedCrcTable<std::uint16_t>(0xA001);
+    std::array<unsigned char, 256> bytes{};
+    for (unsigned int i = 0; i < 256; ++i)
+        bytes[i] = static_cast<unsigned char>(HighByte ? table[i] >> 8 : table[i] & 0xFF);
+    return bytes;
+}
+constexpr std::array<unsigned char, 256> auchCRCHi = crcByteTable<false>();
+constexpr std::array<unsigned char, 256> auchCRCLo = crcByteTable<true>();
 
 } // namespace
 
 unsigned short ModbusRTUCrc(const unsigned char* bytes, int length)
 {
-    unsigned int crc = 0xFFFF;
-    for (int k = 0; k < length; ++k)
-        crc = (crc >> 8) ^ modbusCrcTable[(crc ^ bytes[k]) & 0xFF];
-    return static_cast<unsigned short>(crc);
-}
-
-void ModbusRequest::putWord(unsigned short value)
-{
-    putByte(static_cast<unsigned char>(value >> 8));
-    putByte(static_cast<unsigned char>(value & 0xFF));
+    // hi holds the low-order byte of the CRC, the one sent first.
+    unsigned char hi = 0xFF;
+    unsigned char lo = 0xFF;
+    for (int k = 0; k < length; ++k) {
+        const unsigned char i = hi ^ bytes[k];
+        hi = lo ^ auchCRCHi[i];
+        lo = auchCRCLo[i];
+    }
+    return static_cast<unsigned short>(hi | lo << 8);
 }
 
 void ModbusRequest::seal()

@@ -39,7 +39,11 @@ public:
 private:
     ModbusRequest() = default;
     void putByte(unsigned char value) { frame[length++] = value; }
-    void putWord(unsigned short value);
+    void putWord(unsigned short value)
+    {
+        putByte(static_cast<unsigned char>(value >> 8));
+        putByte(static_cast<unsigned char>(value & 0xFF));
+    }
 
     unsigned char frame[ModbusRtu::MaxRequestLength];
     int length = 0;

@@ -28,7 +28,26 @@ public:
     unsigned char lowByte(long long r) const { return byteAt(r, false); }
     unsigned short value(long long r) const
     {
+        if (layout == HostWords && 2 * r + 1 < length)
+            return static_cast<unsigned short>(bytes[2 * r + 1] << 8 | bytes[2 * r]);
         return static_cast<unsigned short>(highByte(r) << 8 | lowByte(r));
+    }
+
+    // The image of all registers, each high byte first, into 2 * registers() bytes.
+    void copyImageTo(unsigned char* image) const
+    {
+        const long long count = registers();
+        if (layout == HostWords && length == 2 * count) {
+            for (long long k = 0; k < length; k += 2) {
+                image[k] = bytes[k + 1];
+                image[k + 1] = bytes[k];
+            }
+            return;
+        }
+        for (long long r = 0; r < count; ++r) {
+            image[2 * r] = highByte(r);
+            image[2 * r + 1] = lowByte(r);
+        }
     }
 
 private:

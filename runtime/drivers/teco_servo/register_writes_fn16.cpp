@@ -22,11 +22,7 @@ bool DriverTecoServo::writeRegistersWithFN16(AbstractDeviceInterface* port, unsi
         return false;
     ModbusRequest request = ModbusRequest::writeMultiple(slave, 16, address, static_cast<unsigned short>(registers),
                                                          static_cast<unsigned char>(2 * registers));
-    unsigned char* image = request.payload();
-    for (int r = 0; r < registers; ++r) {
-        image[2 * r] = source.highByte(r);
-        image[2 * r + 1] = source.lowByte(r);
-    }
+    source.copyImageTo(request.payload());
     request.seal();
     ReplyBuffer reply;
     return exchange(port, request, reply);
