@@ -2,40 +2,49 @@
 
 namespace {
 
-// The areas the dispatch routes by; at most one matches any prefix.
-struct KnownArea {
-    const char* letters;
-    int length;
-    AreaKind kind;
-};
-const KnownArea knownAreas[] = {
-    {"HR", 2, AreaKind::HoldingRegisters}, {"FN6HR", 5, AreaKind::HoldingRegistersWithFN6},
-    {"DO", 2, AreaKind::Coils},            {"FN5DO", 5, AreaKind::CoilsWithFN5},
-    {"DI", 2, AreaKind::DiscreteInputs}};
+// The first characters of a prefix, letters made upper case, packed one byte
+// each: a known area's letters then compare as one number. A character beyond
+// Latin-1 packs as '?', as the text's 8-bit form has it, and equals no letter.
+const int PackedLetters = 5;
 
-// c is expected, or its lower-case form for a letter.
-bool sameIgnoringCase(unsigned int c, char expected)
+constexpr unsigned int upperCase(unsigned int c) { return c - 'a' < 26u ? c - ('a' - 'A') : c; }
+
+template <typename Char>
+constexpr unsigned long long packedUpperCase(const Char* letters, int length)
 {
-    return c == static_cast<unsigned char>(expected)
-        || (expected >= 'A' && expected <= 'Z' && c == static_cast<unsigned int>(expected + ('a' - 'A')));
+    unsigned long long packed = 0;
+    for (int k = 0; k < length && k < PackedLetters; ++k) {
+        const unsigned int c = static_cast<unsigned int>(letters[k]) & (sizeof(Char) == 1 ? 0xFFu : 0xFFFFu);
+        packed |= static_cast<unsigned long long>(c > 0xFF ? '?' : upperCase(c)) << (8 * k);
+    }
+    return packed;
 }
 
-unsigned int code(char c) { return static_cast<unsigned char>(c); }
-unsigned int code(ushort u) { return u; }
+constexpr unsigned long long firstBytes(int length) { return (1ull << (8 * length)) - 1; }
 
-// Bytes, or the characters of a text: one beyond Latin-1 equals no area letter.
+// The areas the dispatch routes by; at most one matches any prefix.
+struct KnownArea {
+    int length;
+    unsigned long long letters;
+    AreaKind kind;
+};
+constexpr KnownArea knownArea(const char* letters, int length, AreaKind kind)
+{
+    return KnownArea{length, packedUpperCase(letters, length), kind};
+}
+constexpr KnownArea knownAreas[] = {
+    knownArea("HR", 2, AreaKind::HoldingRegisters), knownArea("FN6HR", 5, AreaKind::HoldingRegistersWithFN6),
+    knownArea("DO", 2, AreaKind::Coils),            knownArea("FN5DO", 5, AreaKind::CoilsWithFN5),
+    knownArea("DI", 2, AreaKind::DiscreteInputs)};
+
+// The known area whose letters begin the prefix, compared without regard to case.
 template <typename Char>
 AreaKind areaIn(const Char* prefix, int length)
 {
-    for (const KnownArea& area : knownAreas) {
-        if (length < area.length || !sameIgnoringCase(code(prefix[0]), area.letters[0]))
-            continue;
-        int k = 1;
-        while (k < area.length && sameIgnoringCase(code(prefix[k]), area.letters[k]))
-            ++k;
-        if (k == area.length)
+    const unsigned long long packed = packedUpperCase(prefix, length);
+    for (const KnownArea& area : knownAreas)
+        if (length >= area.length && (packed & firstBytes(area.length)) == area.letters)
             return area.kind;
-    }
     return AreaKind::Other;
 }
 

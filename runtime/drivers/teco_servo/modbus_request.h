@@ -24,7 +24,12 @@ public:
                                        unsigned short quantity, unsigned char byteCount);
     unsigned char* payload() { return frame + ModbusRtu::MultipleWriteHeaderLength; }
     // Appends the CRC of everything before it.
-    void seal();
+    void seal()
+    {
+        const unsigned short crc = ModbusRTUCrc(frame, length);
+        putByte(static_cast<unsigned char>(crc & 0xFF));
+        putByte(static_cast<unsigned char>(crc >> 8));
+    }
 
     unsigned char slave() const { return frame[0]; }
     unsigned char function() const { return frame[1]; }
@@ -37,7 +42,12 @@ public:
     static constexpr int dataOffset() { return ModbusRtu::HeaderLength; }
 
 private:
-    ModbusRequest() = default;
+    ModbusRequest(unsigned char slave, unsigned char function, unsigned short address)
+    {
+        putByte(slave);
+        putByte(function);
+        putWord(address);
+    }
     void putByte(unsigned char value) { frame[length++] = value; }
     void putWord(unsigned short value)
     {
@@ -49,6 +59,39 @@ private:
     int length = 0;
     int expectedReplyLength = ModbusRtu::EchoReplyLength;
 };
+
+inline ModbusRequest ModbusRequest::readDevices(unsigned char slave, unsigned char function, unsigned short address,
+                                                unsigned short quantity)
+{
+    ModbusRequest request(slave, function, address);
+    request.putWord(quantity);
+    request.seal();
+    const int dataBytes = function <= 2 ? (quantity + 7) / 8 : 2 * quantity;
+    request.expectedReplyLength = ModbusRtu::HeaderLength + dataBytes + ModbusRtu::CrcLength;
+    return request;
+}
+
+inline ModbusRequest ModbusRequest::writeSingle(unsigned char slave, unsigned char function, unsigned short address,
+                                                unsigned short value)
+{
+    ModbusRequest request(slave, function, address);
+    request.putWord(value);
+    request.seal();
+    return request;
+}
+
+inline ModbusRequest ModbusRequest::writeMultiple(unsigned char slave, unsigned char function, unsigned short address,
+                                                  unsigned short quantity, unsigned char byteCount)
+{
+    ModbusRequest request(slave, function, address);
+    request.putWord(quantity);
+    request.putByte(byteCount);
+    // The bounds of the coil and register writes keep every payload within the
+    // frame; a longer one is cut so that nothing is written past it.
+    const int room = ModbusRtu::MaxRequestLength - ModbusRtu::CrcLength - request.length;
+    request.length += byteCount < room ? byteCount : room;
+    return request;
+}
 
 // Where the reply is received: the whole reply lies in it from byte 0 on.
 struct ReplyBuffer {

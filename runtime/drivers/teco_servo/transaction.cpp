@@ -42,7 +42,8 @@ bool DriverTecoServo::exchange(AbstractDeviceInterface* port, const ModbusReques
     port->setOption(DiscardInputOption, discardValue());
     port->send(request.chars(), request.size());
 
-    std::memset(reply.bytes, 0, sizeof reply.bytes);
+    // Only the bytes of this reply are ever looked at; they start out zero.
+    std::memset(reply.bytes, 0, static_cast<size_t>(replyLength));
     const int received = port->receive(reply.chars(), FirstReceiveLength);
     if (!checkMinADU(request.slave(), reply.chars(), received))
         return false;
