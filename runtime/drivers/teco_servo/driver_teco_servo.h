@@ -133,7 +133,15 @@ protected:
                   CrcCheck crcCheck = VerifyCrc);
     // The slave id of station; false after "invalid slave id:%d" for a port's
     // station above 255 (compared unsigned, so negative ids too).
-    bool resolveStation(AbstractDeviceInterface* port, Station station, unsigned char& slave);
+    bool resolveStation(AbstractDeviceInterface* port, Station station, unsigned char& slave)
+    {
+        if (!station.askPort()) {
+            slave = station.slave();
+            return true;
+        }
+        return resolvePortStation(port, slave);
+    }
+    bool resolvePortStation(AbstractDeviceInterface* port, unsigned char& slave);
 
     // Read path (register_reads.cpp, bit_reads.cpp): the operations above,
     // with the area letters parsed once by the dispatch.

@@ -2,50 +2,36 @@
 
 namespace {
 
-// The first characters of a prefix, letters made upper case, packed one byte
-// each: a known area's letters then compare as one number. A character beyond
-// Latin-1 packs as '?', as the text's 8-bit form has it, and equals no letter.
-const int PackedLetters = 5;
-
-constexpr unsigned int upperCase(unsigned int c) { return c - 'a' < 26u ? c - ('a' - 'A') : c; }
-
-template <typename Char>
-constexpr unsigned long long packedUpperCase(const Char* letters, int length)
-{
-    unsigned long long packed = 0;
-    for (int k = 0; k < length && k < PackedLetters; ++k) {
-        const unsigned int c = static_cast<unsigned int>(letters[k]) & (sizeof(Char) == 1 ? 0xFFu : 0xFFFFu);
-        packed |= static_cast<unsigned long long>(c > 0xFF ? '?' : upperCase(c)) << (8 * k);
-    }
-    return packed;
-}
-
-constexpr unsigned long long firstBytes(int length) { return (1ull << (8 * length)) - 1; }
-
-// The areas the dispatch routes by; at most one matches any prefix.
+// The areas the dispatch routes by, in upper case; at most one matches any prefix.
 struct KnownArea {
+    const char* letters;
     int length;
-    unsigned long long letters;
     AreaKind kind;
 };
-constexpr KnownArea knownArea(const char* letters, int length, AreaKind kind)
-{
-    return KnownArea{length, packedUpperCase(letters, length), kind};
-}
-constexpr KnownArea knownAreas[] = {
-    knownArea("HR", 2, AreaKind::HoldingRegisters), knownArea("FN6HR", 5, AreaKind::HoldingRegistersWithFN6),
-    knownArea("DO", 2, AreaKind::Coils),            knownArea("FN5DO", 5, AreaKind::CoilsWithFN5),
-    knownArea("DI", 2, AreaKind::DiscreteInputs)};
+const KnownArea knownAreas[] = {
+    {"HR", 2, AreaKind::HoldingRegisters}, {"FN6HR", 5, AreaKind::HoldingRegistersWithFN6},
+    {"DO", 2, AreaKind::Coils},            {"FN5DO", 5, AreaKind::CoilsWithFN5},
+    {"DI", 2, AreaKind::DiscreteInputs}};
+
+// A byte, or a character of a text: one beyond Latin-1 equals no area letter.
+unsigned int code(char c) { return static_cast<unsigned char>(c); }
+unsigned int code(ushort u) { return u; }
+unsigned int upperCase(unsigned int c) { return c - 'a' < 26u ? c - ('a' - 'A') : c; }
 
 // The known area whose letters begin the prefix, compared without regard to case.
 template <typename Char>
-AreaKind areaIn(const Char* prefix, int length)
+const KnownArea* knownAreaOf(const Char* prefix, int length)
 {
-    const unsigned long long packed = packedUpperCase(prefix, length);
-    for (const KnownArea& area : knownAreas)
-        if (length >= area.length && (packed & firstBytes(area.length)) == area.letters)
-            return area.kind;
-    return AreaKind::Other;
+    for (const KnownArea& area : knownAreas) {
+        if (length < area.length)
+            continue;
+        int k = 0;
+        while (k < area.length && upperCase(code(prefix[k])) == static_cast<unsigned char>(area.letters[k]))
+            ++k;
+        if (k == area.length)
+            return &area;
+    }
+    return nullptr;
 }
 
 bool isLetter(ushort u) { return static_cast<unsigned int>((u | 0x20) - 'a') < 26u; }
@@ -68,7 +54,8 @@ int findSW(const ushort* s, int begin, int end)
 
 AreaKind areaOf(const QByteArray& prefix)
 {
-    return areaIn(prefix.constData(), prefix.size());
+    const KnownArea* area = knownAreaOf(prefix.constData(), prefix.size());
+    return area ? area->kind : AreaKind::Other;
 }
 
 ParsedAddress parseDeviceAddress(const QString& text, unsigned char bit)
@@ -86,7 +73,8 @@ ParsedAddress parseDeviceAddress(const QString& text, unsigned char bit)
     while (i < n && isLetter(s[i]))
         ++i;
     parsed.prefixLength = i;
-    parsed.area = areaIn(s, i);
+    const KnownArea* area = knownAreaOf(s, i);
+    parsed.area = area ? area->kind : AreaKind::Other;
 
     if (i < n && isDigit(s[i])) {
         unsigned int value = 0;
@@ -101,9 +89,10 @@ ParsedAddress parseDeviceAddress(const QString& text, unsigned char bit)
         parsed.bit = static_cast<unsigned char>(value);
     }
 
-    // Digits and the point hold no S or W, so the word order is told by the
-    // letters in front and whatever follows the number.
-    int sw = findSW(s, 0, parsed.prefixLength);
+    // Neither the known area letters nor digits and the point hold an S
+    // followed by W, so the word order is told by the letters after the area's
+    // and whatever follows the number.
+    int sw = findSW(s, area ? area->length : 0, parsed.prefixLength);
     if (sw == 0)
         sw = findSW(s, i, n);
     parsed.highWordFirst = sw < 0 ? text.contains(QLatin1String("SW"), Qt::CaseInsensitive) : sw == 1;

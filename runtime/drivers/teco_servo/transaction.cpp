@@ -1,7 +1,11 @@
-// The one request/reply exchange that every read and write transaction runs.
+// The one request/reply exchange that every read and write transaction runs,
+// with the checks of the first 5 bytes of every reply: did anything arrive,
+// from whom, and does it answer the request normally or with an exception.
 #include "teco_servo/driver_teco_servo.h"
 
 #include <cstring>
+
+#include "teco_servo/modbus_rtu_frame.h"
 
 namespace {
 
@@ -14,12 +18,46 @@ const QVariant& discardValue()
 
 } // namespace
 
-bool DriverTecoServo::resolveStation(AbstractDeviceInterface* port, Station station, unsigned char& slave)
+bool DriverTecoServo::checkMinADU(unsigned char slave, const char* buffer, int received)
 {
-    if (!station.askPort()) {
-        slave = station.slave();
-        return true;
+    if (received <= 0) {
+        setCommError(QStringLiteral("PLC no response"));
+        return false;
     }
+    if (received != 5) {
+        setCommError(QStringLiteral("received bytes < %1").arg(5));
+        return false;
+    }
+    const unsigned char replySlave = static_cast<unsigned char>(buffer[0]);
+    if (replySlave != slave) {
+        setCommError(QString::asprintf("invalid slave id:%d", replySlave));
+        return false;
+    }
+    return true;
+}
+
+bool DriverTecoServo::checkException(const char* buffer, unsigned char function)
+{
+    const unsigned char replyFunction = static_cast<unsigned char>(buffer[1]);
+    if (replyFunction == function)
+        return true;
+    if (replyFunction == (function | 0x80)) {
+        // An exception reply is complete at 5 bytes: slave, function | 0x80, code, CRC.
+        unsigned char exception[5];
+        for (int i = 0; i < 5; ++i)
+            exception[i] = static_cast<unsigned char>(buffer[i]);
+        if (ModbusRTUSlaveCheckCRC(exception, 5))
+            setCommError(QString::asprintf("exception code:0x%02X", exception[2]));
+        else
+            setCommError(QStringLiteral("CRC error"));
+        return false;
+    }
+    setCommError(QStringLiteral("invalid response"));
+    return false;
+}
+
+bool DriverTecoServo::resolvePortStation(AbstractDeviceInterface* port, unsigned char& slave)
+{
     const int id = port->getStationId();
     if (static_cast<unsigned int>(id) > 255) {
         setCommError(QString::asprintf("invalid slave id:%d", id));
