@@ -146,7 +146,12 @@ protected:
     // Read path (register_reads.cpp, bit_reads.cpp): the operations above,
     // with the area letters parsed once by the dispatch.
     bool readDevices(AbstractDeviceInterface* port, Station station, unsigned char function,
-                     unsigned short address, unsigned short quantity, CrcCheck crcCheck, ReplyBuffer& reply);
+                     unsigned short address, unsigned short quantity, CrcCheck crcCheck, ReplyBuffer& reply)
+    {
+        unsigned char slave = 0;
+        return resolveStation(port, station, slave)
+            && exchange(port, ModbusRequest::readDevices(slave, function, address, quantity), reply, crcCheck);
+    }
     // 1 to 125 registers from the area, the last one at most 65535, else false
     // after "can't read any <unit> from <prefix><address + 1>".
     bool readRegisterImage(AbstractDeviceInterface* port, const AreaLetters& area, unsigned short address,

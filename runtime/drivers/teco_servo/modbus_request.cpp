@@ -28,10 +28,18 @@ unsigned short ModbusRTUCrc(const unsigned char* bytes, int length)
     // hi holds the low-order byte of the CRC, the one sent first.
     unsigned char hi = 0xFF;
     unsigned char lo = 0xFF;
-    for (int k = 0; k < length; ++k) {
-        const unsigned char i = hi ^ bytes[k];
+    const auto step = [&hi, &lo](unsigned char byte) {
+        const unsigned char i = hi ^ byte;
         hi = lo ^ auchCRCHi[i];
         lo = auchCRCLo[i];
+    };
+    // Two bytes a turn: every frame byte goes through here, on every command.
+    int k = 0;
+    for (; k + 1 < length; k += 2) {
+        step(bytes[k]);
+        step(bytes[k + 1]);
     }
+    if (k < length)
+        step(bytes[k]);
     return static_cast<unsigned short>(hi | lo << 8);
 }

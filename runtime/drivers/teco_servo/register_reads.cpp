@@ -2,16 +2,6 @@
 #include "teco_servo/driver_teco_servo.h"
 #include "tools/byte_order.h"
 
-bool DriverTecoServo::readDevices(AbstractDeviceInterface* port, Station station, unsigned char function,
-                                  unsigned short address, unsigned short quantity, CrcCheck crcCheck,
-                                  ReplyBuffer& reply)
-{
-    unsigned char slave = 0;
-    if (!resolveStation(port, station, slave))
-        return false;
-    return exchange(port, ModbusRequest::readDevices(slave, function, address, quantity), reply, crcCheck);
-}
-
 bool DriverTecoServo::readRegisterImage(AbstractDeviceInterface* port, const AreaLetters& area,
                                         unsigned short address, long long registers, const char* unit,
                                         Station station, CrcCheck crcCheck, ReplyBuffer& reply)

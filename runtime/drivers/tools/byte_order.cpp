@@ -36,11 +36,17 @@ QByteArray reversedUnits(const unsigned char* data, int count)
 {
     if (data == nullptr || count <= 0 || count > INT_MAX / Unit)
         return QByteArray();
-    QByteArray result(count * Unit, Qt::Uninitialized);
+    const int size = count * Unit;
+    QByteArray result(size, Qt::Uninitialized);
     char* out = result.data();
-    for (int offset = 0; offset < count * Unit; offset += Unit)
-        for (int k = 0; k < Unit; ++k)
-            out[offset + k] = static_cast<char>(data[offset + Unit - 1 - k]);
+    for (int offset = 0; offset < size; offset += Unit) {
+        out[offset] = static_cast<char>(data[offset + Unit - 1]);
+        out[offset + Unit - 1] = static_cast<char>(data[offset]);
+        if (Unit == 4) {
+            out[offset + 1] = static_cast<char>(data[offset + 2]);
+            out[offset + 2] = static_cast<char>(data[offset + 1]);
+        }
+    }
     return result;
 }
 
