@@ -247,7 +247,8 @@ int main(int argc, char** argv)
                 "driver", "libmodbus", "ratio", "driver", "libmb");
 
     Bench bench;
-    bool goalsMet = true;
+    bool allocationsMet = true;
+    bool ratiosMet[2] = {true, true};
     for (const Row& row : bench.rows()) {
         const Measure driver = measure(row.driver, counted ? 1000 : 20000);
         const Measure libmodbus = measure(row.libmodbus, counted ? 1000 : 20000);
@@ -258,19 +259,26 @@ int main(int argc, char** argv)
                 cost[part][1] = counts[part][row.name + " | libmodbus"];
             }
         }
-        const double ratio = cost[0][1] > 0 ? cost[0][0] / cost[0][1] : 0;
-        const double ownRatio = cost[1][1] > 0 ? cost[1][0] / cost[1][1] : 0;
-        const bool allocationsMet = !countsHeapAllocations() || driver.allocations <= (row.read ? 1 : 0);
-        const bool met = (!counted || !row.goal || ratio <= 1.0) && allocationsMet && driver.ok && libmodbus.ok;
-        goalsMet = goalsMet && met;
-        std::printf("%-38s %8.0f %9.0f %6.2f   %8.0f %9.0f %6.2f   %6.2f %6.2f%s%s\n", row.name.c_str(), cost[0][0],
-                    cost[0][1], ratio, cost[1][0], cost[1][1], ownRatio, driver.allocations, libmodbus.allocations,
-                    met ? "" : "  (goal missed)", driver.ok && libmodbus.ok ? "" : "  (command FAILED)");
+        double ratio[2];
+        for (int part = 0; part < 2; ++part) {
+            ratio[part] = cost[part][1] > 0 ? cost[part][0] / cost[part][1] : 0;
+            ratiosMet[part] = ratiosMet[part] && (!row.goal || ratio[part] <= 1.0);
+        }
+        const bool allocationsFit = !countsHeapAllocations() || driver.allocations <= (row.read ? 1 : 0);
+        allocationsMet = allocationsMet && allocationsFit && driver.ok && libmodbus.ok;
+        char own[40] = "       -         -      -";
+        if (counted)
+            std::snprintf(own, sizeof own, "%8.0f %9.0f %6.2f", cost[1][0], cost[1][1], ratio[1]);
+        std::printf("%-38s %8.0f %9.0f %6.2f   %s   %6.2f %6.2f%s%s%s\n", row.name.c_str(), cost[0][0], cost[0][1],
+                    ratio[0], own, driver.allocations, libmodbus.allocations, row.goal ? "  *" : "",
+                    allocationsFit ? "" : "  (too many allocations)", driver.ok && libmodbus.ok ? "" : "  (command FAILED)");
     }
-    std::printf("\nGoals: the first five ratios with the port <= 1.0 (when counted), reads at most 1 heap\n"
-                "allocation, writes none: %s\n",
-                goalsMet ? "met" : "NOT met");
-    if (!countsHeapAllocations())
-        std::printf("Heap allocations are not counted with this C library.\n");
-    return goalsMet ? 0 : 1;
+    std::printf("\nGoals: the rows marked * at or below libmodbus (ratio <= 1.0); reads at most 1 heap\n"
+                "allocation (the returned array), writes none.\n");
+    if (counted)
+        std::printf("  ratios with the port counted: %s\n  ratios of the own code alone: %s\n",
+                    ratiosMet[0] ? "met" : "NOT met", ratiosMet[1] ? "met" : "NOT met");
+    std::printf("  allocations: %s\n", !countsHeapAllocations() ? "not counted with this C library"
+                                       : allocationsMet ? "met" : "NOT met");
+    return allocationsMet && (!counted || ratiosMet[0]) ? 0 : 1;
 }
