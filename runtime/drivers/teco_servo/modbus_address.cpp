@@ -22,10 +22,13 @@ unsigned int upperCase(unsigned int c) { return c - 'a' < 26u ? c - ('a' - 'A') 
 template <typename Char>
 const KnownArea* knownAreaOf(const Char* prefix, int length)
 {
+    if (length < 1)
+        return nullptr;
+    const unsigned int first = upperCase(code(prefix[0]));
     for (const KnownArea& area : knownAreas) {
-        if (length < area.length)
+        if (length < area.length || first != static_cast<unsigned char>(area.letters[0]))
             continue;
-        int k = 0;
+        int k = 1;
         while (k < area.length && upperCase(code(prefix[k])) == static_cast<unsigned char>(area.letters[k]))
             ++k;
         if (k == area.length)
