@@ -125,10 +125,11 @@ protected:
     enum CrcCheck { VerifyCrc, SkipCrc };
     enum WriteFunction { WithFN16, WithFN6 };
 
-    // The one request/reply exchange of every transaction: setOption(12, 0),
-    // send, zero the buffer, receive 5, checkMinADU, checkException, receive
-    // the rest of the reply length the request implies, then (unless told not
-    // to) the CRC over the whole reply, which then lies in `reply` from byte 0.
+    // The one request/reply exchange of every transaction: setOption with
+    // DiscardInputOption and 0, send, zero the bytes the reply takes, receive 5,
+    // checkMinADU, checkException, receive the rest of the reply length the
+    // request implies, then (unless told not to) the CRC over the whole reply,
+    // which then lies in `reply` from byte 0.
     bool exchange(AbstractDeviceInterface* port, const ModbusRequest& request, ReplyBuffer& reply,
                   CrcCheck crcCheck = VerifyCrc);
     // The slave id of station; false after "invalid slave id:%d" for a port's
