@@ -16,9 +16,6 @@
 
 namespace {
 
-// Option code the driver sends before every request.
-constexpr int DiscardInputOption = 12;
-
 long long monotonicNs()
 {
     timespec now;

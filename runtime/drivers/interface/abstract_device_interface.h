@@ -3,8 +3,7 @@
 
 #include <QVariant>
 
-// Option code that drivers set, with the integer 0, before every request: the
-// port discards whatever input is still unread.
+// Option code drivers pass to setOption() before every request: discard input not yet read.
 constexpr int DiscardInputOption = 12;
 
 // The host's port object for one communication line, as far as drivers use it.
