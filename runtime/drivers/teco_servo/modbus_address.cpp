@@ -1,37 +1,48 @@
 #include "teco_servo/modbus_address.h"
 
+#include <cstdint>
+
 namespace {
 
-// The areas the dispatch routes by, in upper case; at most one matches any prefix.
+// The first letters of a prefix folded to upper case, one per byte with the
+// first in the lowest, as the parse reads them: a known area matches when its
+// letters are the low bytes of the key. A character beyond ASCII packs as 0,
+// which no area letter is.
+constexpr int KeyLetters = 5;
+constexpr std::uint64_t keyOf(const char* letters, int length)
+{
+    std::uint64_t key = 0;
+    for (int k = 0; k < length; ++k)
+        key |= std::uint64_t(static_cast<unsigned char>(letters[k])) << (8 * k);
+    return key;
+}
+
+// The areas the dispatch routes by; at most one matches any prefix.
 struct KnownArea {
-    const char* letters;
+    std::uint64_t key;
     int length;
     AreaKind kind;
 };
-const KnownArea knownAreas[] = {
-    {"HR", 2, AreaKind::HoldingRegisters}, {"FN6HR", 5, AreaKind::HoldingRegistersWithFN6},
-    {"DO", 2, AreaKind::Coils},            {"FN5DO", 5, AreaKind::CoilsWithFN5},
-    {"DI", 2, AreaKind::DiscreteInputs}};
-
-// A byte, or a character of a text: one beyond Latin-1 equals no area letter.
-unsigned int code(char c) { return static_cast<unsigned char>(c); }
-unsigned int code(ushort u) { return u; }
-unsigned int upperCase(unsigned int c) { return c - 'a' < 26u ? c - ('a' - 'A') : c; }
-
-// The known area whose letters begin the prefix, compared without regard to case.
-template <typename Char>
-const KnownArea* knownAreaOf(const Char* prefix, int length)
+constexpr KnownArea knownArea(const char* letters, int length, AreaKind kind)
 {
-    if (length < 1)
-        return nullptr;
-    const unsigned int first = upperCase(code(prefix[0]));
+    return {keyOf(letters, length), length, kind};
+}
+constexpr KnownArea knownAreas[] = {
+    knownArea("HR", 2, AreaKind::HoldingRegisters), knownArea("FN6HR", 5, AreaKind::HoldingRegistersWithFN6),
+    knownArea("DO", 2, AreaKind::Coils),            knownArea("FN5DO", 5, AreaKind::CoilsWithFN5),
+    knownArea("DI", 2, AreaKind::DiscreteInputs)};
+
+unsigned int upperCase(unsigned int c) { return c - 'a' < 26u ? c - ('a' - 'A') : c; }
+std::uint64_t keyLetter(unsigned int c, int position)
+{
+    return std::uint64_t(c < 0x80 ? upperCase(c) : 0) << (8 * position);
+}
+
+// The known area whose letters begin a prefix of length characters with that key.
+const KnownArea* knownAreaOf(std::uint64_t key, int length)
+{
     for (const KnownArea& area : knownAreas) {
-        if (length < area.length || first != static_cast<unsigned char>(area.letters[0]))
-            continue;
-        int k = 1;
-        while (k < area.length && upperCase(code(prefix[k])) == static_cast<unsigned char>(area.letters[k]))
-            ++k;
-        if (k == area.length)
+        if (length >= area.length && (key & ((std::uint64_t(1) << (8 * area.length)) - 1)) == area.key)
             return &area;
     }
     return nullptr;
@@ -40,8 +51,9 @@ const KnownArea* knownAreaOf(const Char* prefix, int length)
 bool isLetter(ushort u) { return static_cast<unsigned int>((u | 0x20) - 'a') < 26u; }
 bool isDigit(ushort u) { return static_cast<unsigned int>(u - '0') < 10u; }
 
-// "SW" in characters begin .. end - 1, any case. Qt's comparison folds a few
-// other characters to S, so a text beyond ASCII is left to it.
+// "SW" in characters begin .. end - 1, any case: 1 when found, 0 when not.
+// Qt's comparison folds a few other characters to S, so for a text beyond
+// ASCII it gives -1 and the caller leaves the question to Qt.
 int findSW(const ushort* s, int begin, int end)
 {
     for (int i = begin; i < end; ++i) {
@@ -57,7 +69,11 @@ int findSW(const ushort* s, int begin, int end)
 
 AreaKind areaOf(const QByteArray& prefix)
 {
-    const KnownArea* area = knownAreaOf(prefix.constData(), prefix.size());
+    const int length = prefix.size();
+    std::uint64_t key = 0;
+    for (int k = 0; k < length && k < KeyLetters; ++k)
+        key |= keyLetter(static_cast<unsigned char>(prefix[k]), k);
+    const KnownArea* area = knownAreaOf(key, length);
     return area ? area->kind : AreaKind::Other;
 }
 
@@ -70,13 +86,15 @@ ParsedAddress parseDeviceAddress(const QString& text, unsigned char bit)
 
     // Function-code areas (FN5DO, FN6HR) carry a digit inside their letters, so
     // the first three characters of a text starting with F belong to the prefix.
-    int i = 0;
-    if (n > 0 && (s[0] | 0x20) == 'f')
-        i = n < 3 ? n : 3;
+    const int forced = n > 0 && (s[0] | 0x20) == 'f' ? (n < 3 ? n : 3) : 0;
+    int i = forced;
     while (i < n && isLetter(s[i]))
         ++i;
     parsed.prefixLength = i;
-    const KnownArea* area = knownAreaOf(s, i);
+    std::uint64_t key = 0;
+    for (int k = 0; k < i && k < KeyLetters; ++k)
+        key |= keyLetter(s[k], k);
+    const KnownArea* area = knownAreaOf(key, i);
     parsed.area = area ? area->kind : AreaKind::Other;
 
     if (i < n && isDigit(s[i])) {
