@@ -26,9 +26,11 @@ public:
     // Appends the CRC of everything before it.
     void seal()
     {
-        const unsigned short crc = ModbusRTUCrc(frame, length);
-        putByte(static_cast<unsigned char>(crc & 0xFF));
-        putByte(static_cast<unsigned char>(crc >> 8));
+        const int end = length;
+        const unsigned short crc = ModbusRTUCrc(frame, end);
+        frame[end] = static_cast<unsigned char>(crc & 0xFF);
+        frame[end + 1] = static_cast<unsigned char>(crc >> 8);
+        length = end + ModbusRtu::CrcLength;
     }
 
     unsigned char slave() const { return frame[0]; }
@@ -42,29 +44,29 @@ public:
     static constexpr int dataOffset() { return ModbusRtu::HeaderLength; }
 
 private:
-    ModbusRequest(unsigned char slave, unsigned char function, unsigned short address)
+    // Every request starts slave, function, then two 16-bit fields high byte
+    // first: an address and a quantity or value. Written at their offsets, so
+    // that no byte store has to reload the length.
+    ModbusRequest(unsigned char slave, unsigned char function, unsigned short address, unsigned short field)
+        : length(ModbusRtu::FixedRequestLength - ModbusRtu::CrcLength)
     {
-        putByte(slave);
-        putByte(function);
-        putWord(address);
-    }
-    void putByte(unsigned char value) { frame[length++] = value; }
-    void putWord(unsigned short value)
-    {
-        putByte(static_cast<unsigned char>(value >> 8));
-        putByte(static_cast<unsigned char>(value & 0xFF));
+        frame[0] = slave;
+        frame[1] = function;
+        frame[2] = static_cast<unsigned char>(address >> 8);
+        frame[3] = static_cast<unsigned char>(address & 0xFF);
+        frame[4] = static_cast<unsigned char>(field >> 8);
+        frame[5] = static_cast<unsigned char>(field & 0xFF);
     }
 
     unsigned char frame[ModbusRtu::MaxRequestLength];
-    int length = 0;
+    int length;
     int expectedReplyLength = ModbusRtu::EchoReplyLength;
 };
 
 inline ModbusRequest ModbusRequest::readDevices(unsigned char slave, unsigned char function, unsigned short address,
                                                 unsigned short quantity)
 {
-    ModbusRequest request(slave, function, address);
-    request.putWord(quantity);
+    ModbusRequest request(slave, function, address, quantity);
     request.seal();
     const int dataBytes = function <= 2 ? (quantity + 7) / 8 : 2 * quantity;
     request.expectedReplyLength = ModbusRtu::HeaderLength + dataBytes + ModbusRtu::CrcLength;
@@ -74,8 +76,7 @@ inline ModbusRequest ModbusRequest::readDevices(unsigned char slave, unsigned ch
 inline ModbusRequest ModbusRequest::writeSingle(unsigned char slave, unsigned char function, unsigned short address,
                                                 unsigned short value)
 {
-    ModbusRequest request(slave, function, address);
-    request.putWord(value);
+    ModbusRequest request(slave, function, address, value);
     request.seal();
     return request;
 }
@@ -83,9 +84,8 @@ inline ModbusRequest ModbusRequest::writeSingle(unsigned char slave, unsigned ch
 inline ModbusRequest ModbusRequest::writeMultiple(unsigned char slave, unsigned char function, unsigned short address,
                                                   unsigned short quantity, unsigned char byteCount)
 {
-    ModbusRequest request(slave, function, address);
-    request.putWord(quantity);
-    request.putByte(byteCount);
+    ModbusRequest request(slave, function, address, quantity);
+    request.frame[request.length++] = byteCount;
     // The bounds of the coil and register writes keep every payload within the
     // frame; a longer one is cut so that nothing is written past it.
     const int room = ModbusRtu::MaxRequestLength - ModbusRtu::CrcLength - request.length;
