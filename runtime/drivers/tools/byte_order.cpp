@@ -30,24 +30,26 @@ QByteArray paddedToUnit(const QByteArray& data, int unit)
 }
 
 // count units of data with the bytes of each reversed, written straight into
-// the result: drivers convert every reply with it.
+// a result made at its final size: drivers convert every reply with it.
+template <int Unit>
+QByteArray reversedUnitsOf(const unsigned char* data, int count)
+{
+    const int size = count * Unit;
+    QByteArray result(size, Qt::Uninitialized);
+    char* out = result.data();
+    for (int offset = 0; offset < size; offset += Unit) {
+        for (int b = 0; b < Unit; ++b)
+            out[offset + b] = static_cast<char>(data[offset + Unit - 1 - b]);
+    }
+    return result;
+}
+
 template <int Unit>
 QByteArray reversedUnits(const unsigned char* data, int count)
 {
     if (data == nullptr || count <= 0 || count > INT_MAX / Unit)
         return QByteArray();
-    const int size = count * Unit;
-    QByteArray result(size, Qt::Uninitialized);
-    char* out = result.data();
-    for (int offset = 0; offset < size; offset += Unit) {
-        out[offset] = static_cast<char>(data[offset + Unit - 1]);
-        out[offset + Unit - 1] = static_cast<char>(data[offset]);
-        if (Unit == 4) {
-            out[offset + 1] = static_cast<char>(data[offset + 2]);
-            out[offset + 2] = static_cast<char>(data[offset + 1]);
-        }
-    }
-    return result;
+    return reversedUnitsOf<Unit>(data, count);
 }
 
 unsigned int byteAt(const QByteArray& data, int index)
