@@ -63,5 +63,3 @@ void DriverTecoServo::setCommError(const QString& text)
     commError = true;
     lastError = text;
 }
-
-void DriverTecoServo::clearError() { commError = false; }

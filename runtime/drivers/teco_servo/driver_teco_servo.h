@@ -49,7 +49,7 @@ public:
 
     // Error state of the current command.
     void setCommError(const QString& text);
-    void clearError();
+    void clearError() { commError = false; }
     void appendCmdToReadCommError(unsigned char station, const CommunicatorCommand& command);
     void appendCmdToWriteCommError(unsigned char station, const CommunicatorCommand& command);
 
@@ -173,7 +173,12 @@ protected:
     // register_bit_writes.cpp). The bound of every register write: at most
     // 123 registers, the last one at most 65535; otherwise false after
     // "can't write any <unit> to HR<address + 1>".
-    bool registerWriteFits(unsigned short address, long long registers, const char* unit);
+    bool registerWriteFits(unsigned short address, long long registers, const char* unit)
+    {
+        return ModbusRtu::rangeFits(address, registers, 0, ModbusRtu::MaxRegistersPerWrite)
+            || refuseRegisterWrite(address, unit);
+    }
+    bool refuseRegisterWrite(unsigned short address, const char* unit);
     // All registers of source in one function-16 request: the bound, the station, the exchange.
     bool writeRegistersWithFN16(AbstractDeviceInterface* port, unsigned short address,
                                 const RegisterSource& source, Station station, const char* unit);

@@ -36,7 +36,7 @@ QByteArray DriverTecoServo::read(AbstractDeviceInterface* port, const Communicat
     QByteArray result;
     if (!runAttempts(port, command, [&] { result = readOnce(port, command, at); }))
         return QByteArray();
-    if (hasError())
+    if (commError)
         appendCmdToReadCommError(static_cast<unsigned char>(port->getStationId()), command);
     return result;
 }

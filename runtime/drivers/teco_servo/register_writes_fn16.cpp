@@ -1,14 +1,11 @@
 // Register writes with function 16: every register of a call in one request.
 #include "teco_servo/driver_teco_servo.h"
 
-bool DriverTecoServo::registerWriteFits(unsigned short address, long long registers, const char* unit)
+bool DriverTecoServo::refuseRegisterWrite(unsigned short address, const char* unit)
 {
-    if (!ModbusRtu::rangeFits(address, registers, 0, ModbusRtu::MaxRegistersPerWrite)) {
-        setCommError(QStringLiteral("can't write any ") + QLatin1String(unit) + QStringLiteral(" to HR")
-                     + QString::number(address + 1));
-        return false;
-    }
-    return true;
+    setCommError(QStringLiteral("can't write any ") + QLatin1String(unit) + QStringLiteral(" to HR")
+                 + QString::number(address + 1));
+    return false;
 }
 
 bool DriverTecoServo::writeRegistersWithFN16(AbstractDeviceInterface* port, unsigned short address,

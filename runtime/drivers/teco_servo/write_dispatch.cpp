@@ -103,7 +103,7 @@ bool DriverTecoServo::write(AbstractDeviceInterface* port, const CommunicatorCom
     bool result = false;
     if (!runAttempts(port, command, [&] { result = routeWrite(*this, target); }))
         return false;
-    if (hasError())
+    if (commError)
         appendCmdToWriteCommError(static_cast<unsigned char>(port->getStationId() & 0xFF), command);
     return result;
 }
