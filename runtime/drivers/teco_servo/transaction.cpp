@@ -9,12 +9,8 @@
 
 namespace {
 
-// What setOption carries with the discard-input code; built once.
-const QVariant& discardValue()
-{
-    static const QVariant zero(0);
-    return zero;
-}
+// What setOption carries with the discard-input code; built once, when the plug-in loads.
+const QVariant discardValue(0);
 
 } // namespace
 
@@ -77,7 +73,7 @@ bool DriverTecoServo::exchange(AbstractDeviceInterface* port, const ModbusReques
         return false;
     }
 
-    port->setOption(DiscardInputOption, discardValue());
+    port->setOption(DiscardInputOption, discardValue);
     port->send(request.chars(), request.size());
 
     // Only the bytes of this reply are ever looked at; they start out zero.
