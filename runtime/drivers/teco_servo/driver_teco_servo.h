@@ -157,7 +157,15 @@ protected:
     // after "can't read any <unit> from <prefix><address + 1>".
     bool readRegisterImage(AbstractDeviceInterface* port, const AreaLetters& area, unsigned short address,
                            long long registers, const char* unit, Station station, CrcCheck crcCheck,
-                           ReplyBuffer& reply);
+                           ReplyBuffer& reply)
+    {
+        // A request for no registers is illegal Modbus; refuse it with the range message.
+        if (!ModbusRtu::rangeFits(address, registers, 1, ModbusRtu::MaxRegistersPerRead))
+            return refuseRegisterRead(area, address, unit);
+        return readDevices(port, station, registerReadFunction(area.kind()), address,
+                           static_cast<unsigned short>(registers), crcCheck, reply);
+    }
+    bool refuseRegisterRead(const AreaLetters& area, unsigned short address, const char* unit);
     QByteArray readWords(AbstractDeviceInterface* port, const AreaLetters& area, unsigned short address,
                          int count, Station station, CrcCheck crcCheck);
     QByteArray readDWords(AbstractDeviceInterface* port, const AreaLetters& area, unsigned short address,

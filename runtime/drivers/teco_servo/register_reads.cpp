@@ -2,18 +2,10 @@
 #include "teco_servo/driver_teco_servo.h"
 #include "tools/byte_order.h"
 
-bool DriverTecoServo::readRegisterImage(AbstractDeviceInterface* port, const AreaLetters& area,
-                                        unsigned short address, long long registers, const char* unit,
-                                        Station station, CrcCheck crcCheck, ReplyBuffer& reply)
+bool DriverTecoServo::refuseRegisterRead(const AreaLetters& area, unsigned short address, const char* unit)
 {
-    // A request for no registers is illegal Modbus; refuse it with the range message.
-    if (!ModbusRtu::rangeFits(address, registers, 1, ModbusRtu::MaxRegistersPerRead)) {
-        setCommError(QString::asprintf("can't read any %s from %s%d", unit, area.toLatin1().constData(),
-                                       address + 1));
-        return false;
-    }
-    return readDevices(port, station, registerReadFunction(area.kind()), address,
-                       static_cast<unsigned short>(registers), crcCheck, reply);
+    setCommError(QString::asprintf("can't read any %s from %s%d", unit, area.toLatin1().constData(), address + 1));
+    return false;
 }
 
 QByteArray DriverTecoServo::readWords(AbstractDeviceInterface* port, const AreaLetters& area,
