@@ -140,9 +140,13 @@ protected:
             slave = station.slave();
             return true;
         }
-        return resolvePortStation(port, slave);
+        const int id = port->getStationId();
+        if (static_cast<unsigned int>(id) > 255)
+            return refuseSlaveId(id);
+        slave = static_cast<unsigned char>(id);
+        return true;
     }
-    bool resolvePortStation(AbstractDeviceInterface* port, unsigned char& slave);
+    bool refuseSlaveId(int id);
 
     // Read path (register_reads.cpp, bit_reads.cpp): the operations above,
     // with the area letters parsed once by the dispatch.

@@ -52,15 +52,10 @@ bool DriverTecoServo::checkException(const char* buffer, unsigned char function)
     return false;
 }
 
-bool DriverTecoServo::resolvePortStation(AbstractDeviceInterface* port, unsigned char& slave)
+bool DriverTecoServo::refuseSlaveId(int id)
 {
-    const int id = port->getStationId();
-    if (static_cast<unsigned int>(id) > 255) {
-        setCommError(QString::asprintf("invalid slave id:%d", id));
-        return false;
-    }
-    slave = static_cast<unsigned char>(id);
-    return true;
+    setCommError(QString::asprintf("invalid slave id:%d", id));
+    return false;
 }
 
 bool DriverTecoServo::exchange(AbstractDeviceInterface* port, const ModbusRequest& request, ReplyBuffer& reply,
