@@ -53,9 +53,18 @@ public:
     void appendCmdToReadCommError(unsigned char station, const CommunicatorCommand& command);
     void appendCmdToWriteCommError(unsigned char station, const CommunicatorCommand& command);
 
-    // Judges the first 5 bytes of every reply.
-    bool checkMinADU(unsigned char slave, const char* buffer, int received);
-    bool checkException(const char* buffer, unsigned char function);
+    // Judge the first 5 bytes of every reply: all of them arrived, from the
+    // slave asked, answering the function asked; otherwise false after the
+    // refusal's message.
+    bool checkMinADU(unsigned char slave, const char* buffer, int received)
+    {
+        return (received == ModbusRtu::FirstReceiveLength && static_cast<unsigned char>(buffer[0]) == slave)
+            || refuseMinADU(buffer, received);
+    }
+    bool checkException(const char* buffer, unsigned char function)
+    {
+        return static_cast<unsigned char>(buffer[1]) == function || refuseReplyFunction(buffer, function);
+    }
 
     // Register reads (function 3 for HR/FN6HR areas, 4 otherwise).
     QByteArray readWords(AbstractDeviceInterface* port, const QByteArray& prefix,
@@ -147,6 +156,8 @@ protected:
         return true;
     }
     bool refuseSlaveId(int id);
+    bool refuseMinADU(const char* buffer, int received);
+    bool refuseReplyFunction(const char* buffer, unsigned char function);
 
     // Read path (register_reads.cpp, bit_reads.cpp): the operations above,
     // with the area letters parsed once by the dispatch.
