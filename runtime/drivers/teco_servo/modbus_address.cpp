@@ -87,13 +87,16 @@ ParsedAddress parseDeviceAddress(const QString& text, unsigned char bit)
     // Function-code areas (FN5DO, FN6HR) carry a digit inside their letters, so
     // the first three characters of a text starting with F belong to the prefix.
     const int forced = n > 0 && (s[0] | 0x20) == 'f' ? (n < 3 ? n : 3) : 0;
-    int i = forced;
-    while (i < n && isLetter(s[i]))
-        ++i;
-    parsed.prefixLength = i;
     std::uint64_t key = 0;
-    for (int k = 0; k < i && k < KeyLetters; ++k)
-        key |= keyLetter(s[k], k);
+    int i = 0;
+    for (; i < forced; ++i)
+        key |= keyLetter(s[i], i);
+    for (; i < n && isLetter(s[i]); ++i) {
+        // An ASCII letter's upper case is the letter without bit 5.
+        if (i < KeyLetters)
+            key |= std::uint64_t(s[i] & ~0x20u) << (8 * i);
+    }
+    parsed.prefixLength = i;
     const KnownArea* area = knownAreaOf(key, i);
     parsed.area = area ? area->kind : AreaKind::Other;
 
