@@ -3,7 +3,8 @@
 #include "teco_servo/command_attempts.h"
 
 // One attempt: exactly one read operation, chosen by data type and area.
-QByteArray DriverTecoServo::readOnce(AbstractDeviceInterface* port, const CommunicatorCommand& command,
+// Only read() runs it, so it is compiled into read().
+inline QByteArray DriverTecoServo::readOnce(AbstractDeviceInterface* port, const CommunicatorCommand& command,
                                      const ParsedAddress& at)
 {
     switch (command.dataType) {
