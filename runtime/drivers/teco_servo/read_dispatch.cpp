@@ -5,7 +5,7 @@
 // One attempt: exactly one read operation, chosen by data type and area.
 // Only read() runs it, so it is compiled into read().
 inline QByteArray DriverTecoServo::readOnce(AbstractDeviceInterface* port, const CommunicatorCommand& command,
-                                     const ParsedAddress& at)
+                                            const ParsedAddress& at)
 {
     switch (command.dataType) {
     case Bit:
