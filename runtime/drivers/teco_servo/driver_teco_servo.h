@@ -155,6 +155,8 @@ protected:
         slave = static_cast<unsigned char>(id);
         return true;
     }
+    // The refusals behind the inline checks: each sets its message and gives
+    // false, so that the path a command takes when all is well stays short.
     bool refuseSlaveId(int id);
     bool refuseMinADU(const char* buffer, int received);
     bool refuseReplyFunction(const char* buffer, unsigned char function);
