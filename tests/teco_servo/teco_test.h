@@ -13,7 +13,7 @@
 #include "support/scripted_port.h"
 #include "teco_servo/driver_teco_servo.h"
 #include "teco_servo/modbus_rtu_frame.h"
-#include "teco_servo/driver_side_registers.h"
+#include "teco_servo/special_registers.h"
 
 using Call = ScriptedPort::Call;
 

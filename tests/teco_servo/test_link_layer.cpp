@@ -89,4 +89,26 @@ TEST(AddressParse, SplitsTheTextIntoAreaAddressAndBit)
     }
 }
 
+// Area and word order come out of the one parse; "SW" counts anywhere, in any case, also in
+// letters after the area's and after a bit number, and non-ASCII text is folded as Qt folds it.
+TEST(AddressParse, CarriesAreaAndWordOrder)
+{
+    const struct { const char* utf8; AreaKind area; bool highWordFirst; } texts[] = {
+        {"HR200SW", AreaKind::HoldingRegisters, true},      {"hr200sw", AreaKind::HoldingRegisters, true},
+        {"HR200", AreaKind::HoldingRegisters, false},       {"HRSW1", AreaKind::HoldingRegisters, true},
+        {"fN6hR1", AreaKind::HoldingRegistersWithFN6, false}, {"FN5DO1sW", AreaKind::CoilsWithFN5, true},
+        {"do1", AreaKind::Coils, false},                    {"DIX5", AreaKind::DiscreteInputs, false},
+        {"FSW1", AreaKind::Other, true},                    {"SWX1", AreaKind::Other, true},
+        {"HR1.2sw", AreaKind::HoldingRegisters, true},      {"HR1S W", AreaKind::HoldingRegisters, false},
+        {"IR1", AreaKind::Other, false},                    {"", AreaKind::Other, false},
+        {"H\u0280100", AreaKind::Other, false},            {"HR1\u017fW", AreaKind::HoldingRegisters, true}};
+    for (const auto& t : texts) {
+        const QString text = QString::fromUtf8(t.utf8);
+        const ParsedAddress parsed = parseDeviceAddress(text);
+        EXPECT_EQ(parsed.area, t.area) << t.utf8;
+        EXPECT_EQ(parsed.highWordFirst, t.highWordFirst) << t.utf8;
+        EXPECT_EQ(parsed.highWordFirst, text.contains(QLatin1String("SW"), Qt::CaseInsensitive)) << t.utf8;
+    }
+}
+
 } // namespace

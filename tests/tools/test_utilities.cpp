@@ -51,7 +51,8 @@ TEST(TextUtilities, NumbersPrefixesAndDumps)
         EXPECT_EQ(HexToUInt(c.text, c.length), c.value) << (c.text ? c.text : "null") << " length " << c.length;
     const struct { const char* text; int base; int address; } addresses[] = {
         {"HR100", 10, 100}, {"HR100.3", 10, 0}, {"HR", 10, 0},    {"X1F", 16, 31},  {"D100", 16, 53504},
-        {"Y17", 8, 15},     {"Y18", 8, 0},      {"HR100", 2, -1}, {"HR100", 0, -1}};
+        {"Y17", 8, 15},     {"Y18", 8, 0},      {"HR100", 2, -1}, {"HR100", 0, -1},
+        {"HR100 ", 10, 0},  {"HR100\t", 10, 0}, {"HR100\n", 16, 0}, {"HR100x", 10, 0}};
     for (const auto& c : addresses) {
         EXPECT_EQ(ExtractPLCDeviceAddress(QByteArray(c.text), c.base), c.address) << c.text << " base " << c.base;
         EXPECT_EQ(ExtractPLCDeviceAddress(QString::fromLatin1(c.text), c.base), c.address) << c.text;

@@ -1,20 +1,13 @@
 // Coil and discrete-input reads, and bits cut out of registers.
 #include "teco_servo/driver_teco_servo.h"
-#include "teco_servo/modbus_address.h"
 #include "tools/bit_array.h"
 #include "tools/text_utilities.h"
 
 namespace {
 
-// What one reply may carry: 251 data bytes, 5 + 251 bytes in all.
-const unsigned int MaxBitsPerRead = 2008;
-const int ReplyDataOffset = 3;
-
-// Unsigned, so a negative count never fits.
 bool bitRangeFits(unsigned short address, int count)
 {
-    const unsigned int bits = static_cast<unsigned int>(count);
-    return bits <= MaxBitsPerRead && address + bits <= 0x10000;
+    return ModbusRtu::rangeFits(address, count, 0, ModbusRtu::MaxBitsPerRead);
 }
 
 int bytesOfBits(int count) { return count / 8 + (count % 8 != 0 ? 1 : 0); }
@@ -31,36 +24,47 @@ unsigned short digitsAsAddress(const QString& text)
 
 } // namespace
 
-QByteArray DriverTecoServo::readDIDOs(AbstractDeviceInterface* port, const QByteArray& prefix,
+QByteArray DriverTecoServo::readDIDOs(AbstractDeviceInterface* port, const AreaLetters& area,
                                       unsigned short address, int count)
 {
     if (!bitRangeFits(address, count)) {
-        setCommError(QString::asprintf("can't read %d bits from %s%u", count, prefix.constData(),
+        setCommError(QString::asprintf("can't read %d bits from %s%u", count, area.toLatin1().constData(),
                                        address + 1u));
         return QByteArray();
     }
-    const unsigned char function = isCoilArea(prefix) ? 1 : 2;
     ReplyBuffer reply;
-    if (!readDevices(port, StationFromPort, function, address, static_cast<unsigned short>(count),
-                     VerifyCrc, reply))
+    if (!readDevices(port, Station::fromPort(), bitReadFunction(area.kind()), address,
+                     static_cast<unsigned short>(count), VerifyCrc, reply))
         return QByteArray();
-    QByteArray bits(reply.chars() + ReplyDataOffset, bytesOfBits(count));
+    QByteArray bits(reinterpret_cast<const char*>(reply.data()), bytesOfBits(count));
     clearUnnecessaryBits(bits, count);
     return bits;
 }
 
-QByteArray DriverTecoServo::readIRHRbits(AbstractDeviceInterface* port, const QByteArray& prefix,
+QByteArray DriverTecoServo::readIRHRbits(AbstractDeviceInterface* port, const AreaLetters& area,
                                          unsigned short address, unsigned char bit, int count)
 {
-    // A negative count is passed on as one that readWords refuses with its own message.
-    const int registers = count < 0 ? -1 : static_cast<int>(NumOfBitsToNumOfWords(bit, count));
-    QByteArray bits = readWords(port, prefix, address, registers);
+    // A negative count is passed on as one that the register read refuses with its own message.
+    const int registers = count < 0 ? -1 : static_cast<int>(NumOfBitsToNumOfWords(bit, static_cast<unsigned int>(count)));
+    QByteArray bits = readWords(port, area, address, registers, Station::fromPort(), VerifyCrc);
     if (bits.isEmpty())
         return bits;
     RightShiftNBits(bits, bit);
     FitBitArray(bits, count);
     clearUnnecessaryBits(bits, count);
     return bits;
+}
+
+QByteArray DriverTecoServo::readDIDOs(AbstractDeviceInterface* port, const QByteArray& prefix,
+                                      unsigned short address, int count)
+{
+    return readDIDOs(port, AreaLetters(prefix), address, count);
+}
+
+QByteArray DriverTecoServo::readIRHRbits(AbstractDeviceInterface* port, const QByteArray& prefix,
+                                         unsigned short address, unsigned char bit, int count)
+{
+    return readIRHRbits(port, AreaLetters(prefix), address, bit, count);
 }
 
 QByteArray DriverTecoServo::readBits(AbstractDeviceInterface* port, const CommunicatorCommand& command)
@@ -79,8 +83,8 @@ QByteArray DriverTecoServo::readBits(AbstractDeviceInterface* port, const Commun
     const unsigned char function = prefix == "DO" ? 1 : 2;
     ReplyBuffer reply;
     // This reader takes the reply without its CRC and with the bits above the count as sent.
-    if (!readDevices(port, StationFromPort, function, address, static_cast<unsigned short>(count),
-                     SkipCrc, reply))
+    if (!readDevices(port, Station::fromPort(), function, address, static_cast<unsigned short>(count), SkipCrc,
+                     reply))
         return QByteArray();
-    return QByteArray(reply.chars() + ReplyDataOffset, bytesOfBits(count));
+    return QByteArray(reinterpret_cast<const char*>(reply.data()), bytesOfBits(count));
 }

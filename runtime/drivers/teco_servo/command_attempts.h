@@ -15,13 +15,13 @@ bool DriverTecoServo::runAttempts(AbstractDeviceInterface* port, const Communica
 {
     for (int done = 0;; ++done) {
         pauseForPortDelay(port);
-        clearError();
+        commError = false;
         if (!hasTransferOperation(command.dataType)) {
             setCommError(QStringLiteral("unsupported data type: ") + command.deviceAddress);
             return false;
         }
         attempt();
-        if (!hasError() || done >= port->getRetry())
+        if (!commError || done >= port->getRetry())
             return true;
     }
 }

@@ -1,13 +1,12 @@
 #include "teco_servo/driver_teco_servo.h"
 
-#include "teco_servo/driver_side_registers.h"
 #include "tools/device_setting.h"
 #include "tools/driver_setting.h"
 
 static const QString VERSION_STRING = QStringLiteral("1.0.0");
 
 DriverTecoServo::DriverTecoServo()
-    : QObject(nullptr), specialRegisters(SpecialRegisters::Count, 0)
+    : QObject(nullptr)
 {
 }
 
@@ -18,7 +17,7 @@ int DriverTecoServo::totalSize() { return 0x44000; }
 bool DriverTecoServo::initialize(AbstractDeviceInterface* port)
 {
     if (port != nullptr)
-        port->setOption(12, QVariant(0));
+        port->setOption(DiscardInputOption, QVariant(0));
     return true;
 }
 
@@ -64,5 +63,3 @@ void DriverTecoServo::setCommError(const QString& text)
     commError = true;
     lastError = text;
 }
-
-void DriverTecoServo::clearError() { commError = false; }

@@ -3,11 +3,9 @@
 
 #include <QByteArray>
 
-// Modbus RTU frames: slave, function code, function data, CRC-16/MODBUS.
-// 16-bit fields go high byte first; the CRC goes low byte first.
-
-extern const unsigned char auchCRCHi[256];
-extern const unsigned char auchCRCLo[256];
+// Modbus RTU frames as byte arrays, for callers that hold frames in Qt
+// containers (tools, tests, simulated servos). The driver itself builds its
+// requests in place (ModbusRequest); these give the same bytes.
 
 // Appends the two CRC bytes of everything already in frame.
 void ModbusRTUSlaveAppendCRC(QByteArray& frame);
@@ -28,10 +26,5 @@ QByteArray ModbusRTUSlaveBuildFn15Request(unsigned char slave, unsigned short ad
 // Function 16: data is the register image; the byte count is its size's low 8 bits.
 QByteArray ModbusRTUSlaveBuildFn16Request(unsigned char slave, unsigned short address,
                                           unsigned short quantity, const QByteArray& data);
-
-// Length of the normal reply to a request, known from the request alone:
-// 5 + ceil(n / 8) for functions 1 and 2, 5 + 2n for 3 and 4, 8 for the echo
-// replies of 5, 6, 15 and 16, 5 for anything else (an exception reply).
-int ModbusRTUReplyLength(const QByteArray& request);
 
 #endif

@@ -1,47 +1,29 @@
 // The driver's read(): parse the address once, then attempts with the port's
 // delay and retry count, each routed to one read operation.
 #include "teco_servo/command_attempts.h"
-#include "teco_servo/driver_teco_servo.h"
-#include "teco_servo/modbus_address.h"
-#include "teco_servo/driver_side_registers.h"
-
-namespace {
-
-struct ParsedAddress {
-    QByteArray prefix;
-    unsigned short address = 0;
-    unsigned char bit = 0;
-};
-
-bool isBitArea(const QByteArray& prefix)
-{
-    return isCoilArea(prefix) || prefixBeginsWith(prefix, "DI");
-}
 
 // One attempt: exactly one read operation, chosen by data type and area.
-QByteArray readOnce(DriverTecoServo& driver, AbstractDeviceInterface* port,
-                    const CommunicatorCommand& command, const ParsedAddress& at)
+// Only read() runs it, so it is compiled into read().
+inline QByteArray DriverTecoServo::readOnce(AbstractDeviceInterface* port, const CommunicatorCommand& command,
+                                            const ParsedAddress& at)
 {
     switch (command.dataType) {
     case Bit:
     case BitBlock:
-        if (isBitArea(at.prefix))
-            return driver.readDIDOs(port, at.prefix, at.address, command.count);
-        return driver.readIRHRbits(port, at.prefix, at.address, at.bit, command.count);
+        if (at.is(AreaKind::Coils) || at.is(AreaKind::CoilsWithFN5) || at.is(AreaKind::DiscreteInputs))
+            return readDIDOs(port, at.letters(), at.address, command.count);
+        return readIRHRbits(port, at.letters(), at.address, at.bit, command.count);
     case Byte:
-    case Block: return driver.readBytes(port, at.prefix, at.address, command.count);
+    case Block: return readBytes(port, at.letters(), at.address, command.count);
     case Word:
-        if (isHoldingRegisterArea(at.prefix) && SpecialRegisters::contains(at.address))
-            return driver.readSpecialHRWords(port, at.address, command.count);
-        return driver.readWords(port, at.prefix, at.address, command.count);
-    case DoubleWord:
-        return driver.readDWords(port, at.prefix, at.address, command.count,
-                                 selectsHighWordFirst(command.deviceAddress));
+        if ((at.is(AreaKind::HoldingRegisters) || at.is(AreaKind::HoldingRegistersWithFN6))
+            && SpecialRegisters::contains(at.address))
+            return readSpecialHRWords(port, at.address, command.count);
+        return readWords(port, at.letters(), at.address, command.count, Station::fromPort(), VerifyCrc);
+    case DoubleWord: return readDWords(port, at.letters(), at.address, command.count, at.highWordFirst);
     default: return QByteArray();
     }
 }
-
-} // namespace
 
 QByteArray DriverTecoServo::read(AbstractDeviceInterface* port, const CommunicatorCommand& command)
 {
@@ -51,13 +33,11 @@ QByteArray DriverTecoServo::read(AbstractDeviceInterface* port, const Communicat
         return QByteArray();
     }
 
-    ParsedAddress at;
-    ModbusRTUSlaveParseAddress(command.deviceAddress, at.prefix, at.address, at.bit);
-
+    const ParsedAddress at = parseDeviceAddress(command.deviceAddress);
     QByteArray result;
-    if (!runAttempts(port, command, [&] { result = readOnce(*this, port, command, at); }))
+    if (!runAttempts(port, command, [&] { result = readOnce(port, command, at); }))
         return QByteArray();
-    if (hasError())
+    if (commError)
         appendCmdToReadCommError(static_cast<unsigned char>(port->getStationId()), command);
     return result;
 }

@@ -1,78 +1,60 @@
 // Bits inside servo holding registers, changed by read-modify-write: the
-// registers that hold the bits are read with function 3, changed in the host
-// copy and written back whole with function 16 or register by register with 6.
-#include "teco_servo/driver_teco_servo.h"
+// registers that hold the bits are read with function 3, changed in place and
+// written back whole with function 16 or register by register with 6.
+#include "teco_servo/command_attempts.h"
 #include "tools/bit_array.h"
-#include "tools/byte_order.h"
 
-namespace {
-
-// Bit numbers count from the least significant bit of the first register; the
-// read always goes to the holding registers, whatever the command's area.
-const QByteArray& holdingRegisters()
+bool DriverTecoServo::writeBits(AbstractDeviceInterface* port, unsigned short address, unsigned char bit,
+                                const QByteArray& data, Station station, WriteFunction function)
 {
-    static const QByteArray prefix("HR");
-    return prefix;
-}
-
-// Reads the registers that hold bits bit .. bit + data length - 1, sets or
-// clears them from the data bytes (non-zero is on), pauses for the port's
-// delay and hands the copy to write. No bits to change means nothing to do.
-template <typename Read, typename Pause, typename Write>
-bool readModifyWrite(unsigned char bit, const QByteArray& data, Read read, Pause pause, Write write)
-{
-    if (data.isEmpty())
-        return true;
-    const int registers = static_cast<int>(NumOfBitsToNumOfWords(bit, static_cast<unsigned int>(data.size())));
-    QByteArray copy = read(registers);
-    if (copy.isEmpty())
+    // All ceil((bit + length) / 16) registers are read and all are written
+    // back, changed or not; no bits at bit 0 means no registers, which the
+    // read refuses.
+    const long long registers = NumOfBitsToNumOfWords(bit, static_cast<unsigned int>(data.size()));
+    // The read always goes to the holding registers, whatever the command's
+    // area; a given station's reply is taken without its CRC.
+    const QByteArray holdingRegisters = QByteArrayLiteral("HR");
+    ReplyBuffer read;
+    if (!readRegisterImage(port, AreaLetters(holdingRegisters), address, registers, "word", station,
+                           station.askPort() ? VerifyCrc : SkipCrc, read))
         return false;
-    for (int k = 0; k < data.size(); ++k)
-        setBit(copy, bit + k, data.at(k) != 0);
-    pause();
-    return write(copy);
+
+    // Bit i lies in register i div 16, whose low byte is the second on the wire.
+    unsigned char* image = read.data();
+    for (int k = 0; k < data.size(); ++k) {
+        const int i = bit + k;
+        unsigned char& byte = image[2 * (i / 16) + (i % 16 < 8 ? 1 : 0)];
+        const unsigned char mask = static_cast<unsigned char>(1u << (i % 8));
+        byte = static_cast<unsigned char>(data.at(k) != 0 ? byte | mask : byte & ~mask);
+    }
+    pauseForPortDelay(port);
+
+    const RegisterSource copy(image, 2 * registers, RegisterSource::RegisterImage);
+    if (function == WithFN6)
+        return writeEachRegisterWithFN6(port, address, copy, station, true);
+    return writeRegistersWithFN16(port, address, copy, station, "word");
 }
 
-} // namespace
-
-bool DriverTecoServo::writeHRbit(AbstractDeviceInterface* port, unsigned short address,
-                                 unsigned char bit, const QByteArray& data)
+bool DriverTecoServo::writeHRbit(AbstractDeviceInterface* port, unsigned short address, unsigned char bit,
+                                 const QByteArray& data)
 {
-    return readModifyWrite(
-        bit, data, [&](int registers) { return readWords(port, holdingRegisters(), address, registers); },
-        [&] { pauseForPortDelay(port); },
-        [&](const QByteArray& copy) { return writeWords(port, address, copy); });
+    return writeBits(port, address, bit, data, Station::fromPort(), WithFN16);
 }
 
-bool DriverTecoServo::writeHRbit(AbstractDeviceInterface* port, unsigned short address,
-                                 unsigned char bit, const QByteArray& data, unsigned char station)
+bool DriverTecoServo::writeHRbit(AbstractDeviceInterface* port, unsigned short address, unsigned char bit,
+                                 const QByteArray& data, unsigned char station)
 {
-    return readModifyWrite(
-        bit, data,
-        [&](int registers) { return readWords(port, holdingRegisters(), address, registers, station); },
-        [&] { pauseForPortDelay(port); },
-        [&](const QByteArray& copy) { return writeWords(port, address, copy, station); });
+    return writeBits(port, address, bit, data, Station::given(station), WithFN16);
 }
 
 bool DriverTecoServo::writeHRbitWithFN6(AbstractDeviceInterface* port, unsigned short address,
                                         unsigned char bit, const QByteArray& data)
 {
-    return readModifyWrite(
-        bit, data, [&](int registers) { return readWords(port, holdingRegisters(), address, registers); },
-        [&] { pauseForPortDelay(port); },
-        [&](const QByteArray& copy) {
-            return writeImageWithFN6(port, address, toBigEndianUShortArray(copy), StationFromPort, true);
-        });
+    return writeBits(port, address, bit, data, Station::fromPort(), WithFN6);
 }
 
 bool DriverTecoServo::writeHRbitWithFN6(AbstractDeviceInterface* port, unsigned short address,
                                         unsigned char bit, const QByteArray& data, unsigned char station)
 {
-    return readModifyWrite(
-        bit, data,
-        [&](int registers) { return readWords(port, holdingRegisters(), address, registers, station); },
-        [&] { pauseForPortDelay(port); },
-        [&](const QByteArray& copy) {
-            return writeImageWithFN6(port, address, toBigEndianUShortArray(copy), station, true);
-        });
+    return writeBits(port, address, bit, data, Station::given(station), WithFN6);
 }

@@ -1,49 +1,86 @@
-// The one request/reply exchange that every read and write transaction runs.
+// The one request/reply exchange that every read and write transaction runs,
+// with the checks of the first 5 bytes of every reply: did anything arrive,
+// from whom, and does it answer the request normally or with an exception.
 #include "teco_servo/driver_teco_servo.h"
-#include "teco_servo/modbus_rtu_frame.h"
 
 #include <cstring>
 
-int DriverTecoServo::stationFromPort(AbstractDeviceInterface* port)
+#include "teco_servo/modbus_rtu_frame.h"
+
+namespace {
+
+// What setOption carries with the discard-input code; built once, when the plug-in loads.
+const QVariant discardValue(0);
+
+} // namespace
+
+// The messages of checkMinADU and checkException, once they have refused a reply.
+bool DriverTecoServo::refuseMinADU(const char* buffer, int received)
 {
-    const int station = port->getStationId();
-    // Compared unsigned, so negative ids are refused too.
-    if (static_cast<unsigned int>(station) > 255) {
-        setCommError(QString::asprintf("invalid slave id:%d", station));
-        return -1;
-    }
-    return station;
+    if (received <= 0)
+        setCommError(QStringLiteral("PLC no response"));
+    else if (received != ModbusRtu::FirstReceiveLength)
+        setCommError(QStringLiteral("received bytes < %1").arg(ModbusRtu::FirstReceiveLength));
+    else
+        setCommError(QString::asprintf("invalid slave id:%d", static_cast<unsigned char>(buffer[0])));
+    return false;
 }
 
-bool DriverTecoServo::exchange(AbstractDeviceInterface* port, const QByteArray& request,
-                               ReplyBuffer& reply, CrcCheck crcCheck)
+bool DriverTecoServo::refuseReplyFunction(const char* buffer, unsigned char function)
 {
-    const int replyLength = ModbusRTUReplyLength(request);
-    if (request.size() < 2 || replyLength > ReplyBuffer::Size) {
+    if (static_cast<unsigned char>(buffer[1]) != (function | 0x80)) {
         setCommError(QStringLiteral("invalid response"));
         return false;
     }
-    const unsigned char slave = static_cast<unsigned char>(request.at(0));
-    const unsigned char function = static_cast<unsigned char>(request.at(1));
+    // An exception reply is complete at 5 bytes: slave, function | 0x80, code, CRC.
+    unsigned char exception[5];
+    for (int i = 0; i < 5; ++i)
+        exception[i] = static_cast<unsigned char>(buffer[i]);
+    if (ModbusRTUSlaveCheckCRC(exception, 5))
+        setCommError(QString::asprintf("exception code:0x%02X", exception[2]));
+    else
+        setCommError(QStringLiteral("CRC error"));
+    return false;
+}
 
-    port->setOption(12, QVariant(0));
-    port->send(request.constData(), request.size());
+bool DriverTecoServo::refuseSlaveId(int id)
+{
+    setCommError(QString::asprintf("invalid slave id:%d", id));
+    return false;
+}
 
-    std::memset(reply.bytes, 0, sizeof reply.bytes);
-    const int received = port->receive(reply.chars(), 5);
-    if (!checkMinADU(slave, reply.chars(), received))
+bool DriverTecoServo::exchange(AbstractDeviceInterface* port, const ModbusRequest& request, ReplyBuffer& reply,
+                               CrcCheck crcCheck)
+{
+    using namespace ModbusRtu;
+    const int replyLength = request.replyLength();
+    if (replyLength > ReceiveBufferSize) {
+        setCommError(QStringLiteral("invalid response"));
         return false;
-    if (!checkException(reply.chars(), function))
+    }
+
+    port->setOption(DiscardInputOption, discardValue);
+    port->send(request.chars(), request.size());
+
+    // Only the bytes of this reply are ever looked at; they start out zero.
+    std::memset(reply.bytes, 0, static_cast<size_t>(replyLength));
+    const int received = port->receive(reply.chars(), FirstReceiveLength);
+    if (!checkMinADU(request.slave(), reply.chars(), received))
+        return false;
+    if (!checkException(reply.chars(), request.function()))
         return false;
 
-    const int rest = replyLength - 5;
-    if (port->receive(reply.chars() + 5, rest) != rest) {
+    const int rest = replyLength - FirstReceiveLength;
+    if (port->receive(reply.chars() + FirstReceiveLength, rest) != rest) {
         setCommError(QStringLiteral("packet loss"));
         return false;
     }
-    if (crcCheck == VerifyCrc && !ModbusRTUSlaveCheckCRC(reply.bytes, static_cast<unsigned int>(replyLength))) {
-        setCommError(QStringLiteral("CRC error"));
-        return false;
+    if (crcCheck == VerifyCrc) {
+        const unsigned short crc = ModbusRTUCrc(reply.bytes, replyLength - CrcLength);
+        if (reply.bytes[replyLength - 2] != (crc & 0xFF) || reply.bytes[replyLength - 1] != (crc >> 8)) {
+            setCommError(QStringLiteral("CRC error"));
+            return false;
+        }
     }
     return true;
 }

@@ -2,10 +2,6 @@
 // port's delay and hands the command to exactly one write operation, until one
 // succeeds or the port's retry count is used up.
 #include "teco_servo/command_attempts.h"
-#include "teco_servo/driver_teco_servo.h"
-#include "teco_servo/modbus_address.h"
-#include "teco_servo/driver_side_registers.h"
-#include "tools/timing.h"
 
 namespace {
 
@@ -14,13 +10,11 @@ struct WriteTarget {
     AbstractDeviceInterface* port;
     const CommunicatorCommand& command;
     const QByteArray& data;
-    const QByteArray& prefix;
-    unsigned short address;
-    unsigned char bit;
+    const ParsedAddress& at;
     int& progress;
 
-    bool is(const char* area) const { return prefixBeginsWith(prefix, area); }
-    bool special() const { return SpecialRegisters::contains(address); }
+    bool is(AreaKind area) const { return at.is(area); }
+    bool special() const { return SpecialRegisters::contains(at.address); }
 };
 
 // An area the data type cannot be written to fails the attempt like a transaction.
@@ -32,47 +26,48 @@ bool refuseArea(DriverTecoServo& driver, const WriteTarget& target, const char* 
 
 bool writeBitArea(DriverTecoServo& driver, const WriteTarget& t)
 {
-    if (t.is("DO"))
-        return driver.writeCoils(t.port, t.address, t.data);
-    if (t.is("FN5DO"))
-        return driver.writeCoilsWithFN5(t.port, t.address, t.data);
-    if (t.is("HR"))
-        return t.special() ? driver.writeSpecialHRbit(t.port, t.address, t.bit, t.data, t.progress)
-                           : driver.writeHRbit(t.port, t.address, t.bit, t.data);
-    if (t.is("FN6HR"))
-        return t.special() ? driver.writeSpecialFN6HRbit(t.port, t.address, t.bit, t.data, t.progress)
-                           : driver.writeHRbitWithFN6(t.port, t.address, t.bit, t.data);
+    const unsigned short address = t.at.address;
+    if (t.is(AreaKind::Coils))
+        return driver.writeCoils(t.port, address, t.data);
+    if (t.is(AreaKind::CoilsWithFN5))
+        return driver.writeCoilsWithFN5(t.port, address, t.data);
+    if (t.is(AreaKind::HoldingRegisters))
+        return t.special() ? driver.writeSpecialHRbit(t.port, address, t.at.bit, t.data, t.progress)
+                           : driver.writeHRbit(t.port, address, t.at.bit, t.data);
+    if (t.is(AreaKind::HoldingRegistersWithFN6))
+        return t.special() ? driver.writeSpecialFN6HRbit(t.port, address, t.at.bit, t.data, t.progress)
+                           : driver.writeHRbitWithFN6(t.port, address, t.at.bit, t.data);
     return refuseArea(driver, t, "can't write any bit to %1");
 }
 
 bool writeByteArea(DriverTecoServo& driver, const WriteTarget& t)
 {
-    if (t.is("HR"))
-        return driver.writeBytes(t.port, t.address, t.data);
-    if (t.is("FN6HR"))
-        return driver.writeBytesWithFN6(t.port, t.address, t.data);
+    if (t.is(AreaKind::HoldingRegisters))
+        return driver.writeBytes(t.port, t.at.address, t.data);
+    if (t.is(AreaKind::HoldingRegistersWithFN6))
+        return driver.writeBytesWithFN6(t.port, t.at.address, t.data);
     return refuseArea(driver, t, "can't write any byte to %1");
 }
 
 bool writeWordArea(DriverTecoServo& driver, const WriteTarget& t)
 {
-    if (t.is("HR"))
-        return t.special() ? driver.writeSpecialHRWords(t.port, t.address, t.data, t.progress)
-                           : driver.writeWords(t.port, t.address, t.data);
-    if (t.is("FN6HR"))
-        return t.special() ? driver.writeSpecialFN6HRWords(t.port, t.address, t.data, t.progress)
-                           : driver.writeWordsWithFN6(t.port, t.address, t.data);
+    const unsigned short address = t.at.address;
+    if (t.is(AreaKind::HoldingRegisters))
+        return t.special() ? driver.writeSpecialHRWords(t.port, address, t.data, t.progress)
+                           : driver.writeWords(t.port, address, t.data);
+    if (t.is(AreaKind::HoldingRegistersWithFN6))
+        return t.special() ? driver.writeSpecialFN6HRWords(t.port, address, t.data, t.progress)
+                           : driver.writeWordsWithFN6(t.port, address, t.data);
     return refuseArea(driver, t, "can't write any word to %1");
 }
 
 // Double words (and bytes) in the special range go to the servo like any other address.
 bool writeDoubleWordArea(DriverTecoServo& driver, const WriteTarget& t)
 {
-    const bool highWordFirst = selectsHighWordFirst(t.command.deviceAddress);
-    if (t.is("HR"))
-        return driver.writeDWords(t.port, t.address, t.data, highWordFirst);
-    if (t.is("FN6HR"))
-        return driver.writeDWordsWithFN6(t.port, t.address, t.data, highWordFirst);
+    if (t.is(AreaKind::HoldingRegisters))
+        return driver.writeDWords(t.port, t.at.address, t.data, t.at.highWordFirst);
+    if (t.is(AreaKind::HoldingRegistersWithFN6))
+        return driver.writeDWordsWithFN6(t.port, t.at.address, t.data, t.at.highWordFirst);
     return refuseArea(driver, t, "can't write any double word to %1");
 }
 
@@ -92,14 +87,6 @@ bool routeWrite(DriverTecoServo& driver, const WriteTarget& target)
 
 } // namespace
 
-void DriverTecoServo::pauseForPortDelay(AbstractDeviceInterface* port)
-{
-    // A negative delay from the port means no pause, not a huge unsigned one.
-    const int delay = port->getDelay();
-    if (delay > 0)
-        HRSleep(static_cast<unsigned long>(delay));
-}
-
 bool DriverTecoServo::write(AbstractDeviceInterface* port, const CommunicatorCommand& command,
                             const QByteArray& data)
 {
@@ -108,18 +95,15 @@ bool DriverTecoServo::write(AbstractDeviceInterface* port, const CommunicatorCom
         setCommError(QStringLiteral("PLC no response"));
         return false;
     }
-    QByteArray prefix;
-    unsigned short address = 0xFFFF;
-    unsigned char bit = 0;
-    ModbusRTUSlaveParseAddress(command.deviceAddress, prefix, address, bit);
+    const ParsedAddress at = parseDeviceAddress(command.deviceAddress);
 
     // Shared by all attempts, so a retried fan-out skips the stations already written.
     int progress = 0;
-    const WriteTarget target{port, command, data, prefix, address, bit, progress};
+    const WriteTarget target{port, command, data, at, progress};
     bool result = false;
     if (!runAttempts(port, command, [&] { result = routeWrite(*this, target); }))
         return false;
-    if (hasError())
+    if (commError)
         appendCmdToWriteCommError(static_cast<unsigned char>(port->getStationId() & 0xFF), command);
     return result;
 }

@@ -29,11 +29,27 @@ QByteArray paddedToUnit(const QByteArray& data, int unit)
     return result;
 }
 
-QByteArray copyOfUnits(const unsigned char* data, int count, int unit)
+// count units of data with the bytes of each reversed, written straight into
+// a result made at its final size: drivers convert every reply with it.
+template <int Unit>
+QByteArray reversedUnitsOf(const unsigned char* data, int count)
 {
-    if (data == nullptr || count <= 0 || count > INT_MAX / unit)
+    const int size = count * Unit;
+    QByteArray result(size, Qt::Uninitialized);
+    char* out = result.data();
+    for (int offset = 0; offset < size; offset += Unit) {
+        for (int b = 0; b < Unit; ++b)
+            out[offset + b] = static_cast<char>(data[offset + Unit - 1 - b]);
+    }
+    return result;
+}
+
+template <int Unit>
+QByteArray reversedUnits(const unsigned char* data, int count)
+{
+    if (data == nullptr || count <= 0 || count > INT_MAX / Unit)
         return QByteArray();
-    return QByteArray(reinterpret_cast<const char*>(data), count * unit);
+    return reversedUnitsOf<Unit>(data, count);
 }
 
 unsigned int byteAt(const QByteArray& data, int index)
@@ -53,16 +69,12 @@ QByteArray littleEndianBytes(unsigned int value, int width)
 
 QByteArray fromBigEndianUShortArray(const unsigned char* data, int count)
 {
-    QByteArray result = copyOfUnits(data, count, 2);
-    reverseWholeUnits(result, 2);
-    return result;
+    return reversedUnits<2>(data, count);
 }
 
 QByteArray fromBigEndianULongArray(const unsigned char* data, int count)
 {
-    QByteArray result = copyOfUnits(data, count, 4);
-    reverseWholeUnits(result, 4);
-    return result;
+    return reversedUnits<4>(data, count);
 }
 
 QByteArray toBigEndianUShortArray(const QByteArray& data)

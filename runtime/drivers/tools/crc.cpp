@@ -1,51 +1,14 @@
 #include "tools/crc.h"
 
-#include <array>
-#include <cstdint>
+#include "tools/crc_tables.h"
 
 namespace {
 
-template <typename Crc>
-using Table = std::array<Crc, 256>;
-
-// Tables are computed by the compiler, so no thread ever sees one half filled.
-template <typename Crc>
-constexpr Table<Crc> reflectedTable(Crc constant)
-{
-    Table<Crc> table{};
-    for (unsigned int i = 0; i < 256; ++i) {
-        Crc crc = 0;
-        Crc c = static_cast<Crc>(i);
-        for (int bit = 0; bit < 8; ++bit) {
-            crc = ((crc ^ c) & 1u) ? static_cast<Crc>((crc >> 1) ^ constant) : static_cast<Crc>(crc >> 1);
-            c = static_cast<Crc>(c >> 1);
-        }
-        table[i] = crc;
-    }
-    return table;
-}
-
-constexpr Table<std::uint16_t> msbFirstTable(std::uint16_t polynomial)
-{
-    Table<std::uint16_t> table{};
-    for (unsigned int i = 0; i < 256; ++i) {
-        std::uint16_t crc = 0;
-        std::uint16_t c = static_cast<std::uint16_t>(i << 8);
-        for (int bit = 0; bit < 8; ++bit) {
-            crc = ((crc ^ c) & 0x8000u) ? static_cast<std::uint16_t>((crc << 1) ^ polynomial)
-                                        : static_cast<std::uint16_t>(crc << 1);
-            c = static_cast<std::uint16_t>(c << 1);
-        }
-        table[i] = crc;
-    }
-    return table;
-}
-
-constexpr Table<std::uint16_t> crc_tab16 = reflectedTable<std::uint16_t>(0xA001);
-constexpr Table<std::uint16_t> crc_tabkermit = reflectedTable<std::uint16_t>(0x8408);
-constexpr Table<std::uint16_t> crc_tabdnp = reflectedTable<std::uint16_t>(0xA6BC);
-constexpr Table<std::uint16_t> crc_tabccitt = msbFirstTable(0x1021);
-constexpr Table<std::uint32_t> crc_tab32 = reflectedTable<std::uint32_t>(0xEDB88320u);
+constexpr CrcTable<std::uint16_t> crc_tab16 = ReflectedCrcTable<std::uint16_t>(0xA001);
+constexpr CrcTable<std::uint16_t> crc_tabkermit = ReflectedCrcTable<std::uint16_t>(0x8408);
+constexpr CrcTable<std::uint16_t> crc_tabdnp = ReflectedCrcTable<std::uint16_t>(0xA6BC);
+constexpr CrcTable<std::uint16_t> crc_tabccitt = MsbFirstCrcTable(0x1021);
+constexpr CrcTable<std::uint32_t> crc_tab32 = ReflectedCrcTable<std::uint32_t>(0xEDB88320u);
 
 unsigned int byteOf(char c)
 {
@@ -53,7 +16,7 @@ unsigned int byteOf(char c)
 }
 
 template <typename Crc>
-Crc reflectedUpdate(const Table<Crc>& table, Crc crc, char c)
+Crc reflectedUpdate(const CrcTable<Crc>& table, Crc crc, char c)
 {
     return static_cast<Crc>((crc >> 8) ^ table[(crc ^ byteOf(c)) & 0xFFu]);
 }

@@ -20,6 +20,11 @@ bool startsNumber(char c, int base)
     return base == 16 && ((c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f'));
 }
 
+bool isAsciiSpace(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
 int hexDigitValue(char c)
 {
     if (c >= '0' && c <= '9')
@@ -53,8 +58,13 @@ int ExtractPLCDeviceAddress(const QByteArray& text, int base)
     int start = 0;
     while (start < text.size() && !startsNumber(text.at(start), base))
         ++start;
+    // The number part converts whole: Qt 5's conversion would also accept
+    // trailing whitespace, which leaves the text unconverted here.
+    const QByteArray number = text.mid(start);
+    if (!number.isEmpty() && isAsciiSpace(number.back()))
+        return 0;
     bool ok = false;
-    const int value = text.mid(start).toInt(&ok, base);
+    const int value = number.toInt(&ok, base);
     return ok ? value : 0;
 }
 
