@@ -8,7 +8,7 @@ packages=(
   qtbase5-dev libqt5sql5-sqlite
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   libmodbus-dev
-  tshark
+  tshark valgrind
   "$@"
 )
 

@@ -37,9 +37,15 @@ const Command Commands[] = {
 constexpr int CommandCount = sizeof Commands / sizeof Commands[0];
 constexpr int WarmUpRounds = 50;
 
+// The servo comes first so that it is built before the port that answers from it.
+struct InstantServoHolder {
+    InstantServo heldServo;
+};
+
 // Counts the bytes that would cross the line.
-class CountingPort : public InstantPort {
+class CountingPort : private InstantServoHolder, public InstantPort {
 public:
+    CountingPort() : InstantPort(heldServo, 1) {}
     int receive(char* buffer, int maxLength) override
     {
         const int got = InstantPort::receive(buffer, maxLength);
