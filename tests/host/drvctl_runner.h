@@ -47,14 +47,18 @@ inline Outcome drvctl(const QStringList& arguments, const QByteArray& input = QB
     return finish(&process);
 }
 
-// Ctrl-C to a drvctl started here, once it has printed its first line; false when
-// it never did or has no process id of its own (never signal anything else).
-inline bool interruptAfterFirstLine(QProcess* process)
+// Ctrl-C to a drvctl started here; false when it has no process id of its own
+// or has already ended (never signal anything else).
+inline bool interrupt(QProcess* process)
 {
-    if (!process->waitForReadyRead(10000))
-        return false;
     const qint64 pid = process->processId();
     return pid > 1 && process->state() == QProcess::Running && ::kill(static_cast<pid_t>(pid), SIGINT) == 0;
+}
+
+// The same, once it has printed its first line.
+inline bool interruptAfterFirstLine(QProcess* process)
+{
+    return process->waitForReadyRead(10000) && interrupt(process);
 }
 
 #endif

@@ -66,9 +66,7 @@ TEST(DrvctlScan, CtrlCPrintsWhatWasFoundSoFar)
     startDrvctl(&process, {"scan", "--timeout", "200", "--json", "--stations", "1,2,3"});
     ASSERT_TRUE(process.waitForStarted());
     ASSERT_FALSE(process.waitForFinished(600)); // still scanning, past station 3
-    const qint64 pid = process.processId();
-    ASSERT_GT(pid, 1);
-    ASSERT_EQ(::kill(static_cast<pid_t>(pid), SIGINT), 0);
+    ASSERT_TRUE(interrupt(&process));
     const Outcome run = finish(&process);
     ASSERT_EQ(run.exitCode, 0) << run.err;
     const QJsonObject result = run.json(0);

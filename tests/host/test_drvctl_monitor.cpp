@@ -70,9 +70,7 @@ TEST(DrvctlMonitor, DecodesWhatOtherRunsSentAndGot)
         frames << pcapFrames(pcap);
     }
 
-    const qint64 pid = monitor.processId();
-    ASSERT_GT(pid, 1);
-    ASSERT_EQ(::kill(static_cast<pid_t>(pid), SIGINT), 0);
+    ASSERT_TRUE(interrupt(&monitor));
     const Outcome watched = finish(&monitor);
     ASSERT_EQ(watched.exitCode, 0) << watched.err;
     const int count = static_cast<int>(sizeof runs / sizeof runs[0]);
