@@ -1,4 +1,4 @@
-// drvctl's parsing of command lines, addresses and values from any text.
+// drvctl's parsing of command lines, shell lines, addresses and values from any text.
 // Input: texts separated by zero bytes; the first byte picks what is parsed.
 #include <QString>
 #include <QStringList>
@@ -67,6 +67,27 @@ void checkDecode(int dataType, const QByteArray& data, int count)
     FUZZ_REQUIRE(values.size() <= qMax(count, 0) && values.size() <= available, "no value beyond the data");
 }
 
+// What reaches the driver from a parsed command line or shell line: checked addresses only.
+void checkAddressesToDriver(const Invocation& invocation)
+{
+    const QString& command = invocation.command;
+    if (command == QLatin1String("read") || command == QLatin1String("poll") || command == QLatin1String("write")) {
+        const int addresses = command == QLatin1String("write") ? 1 : invocation.arguments.size();
+        for (int i = 0; i < addresses && i < invocation.arguments.size(); ++i)
+            FUZZ_REQUIRE(plainAscii(invocation.arguments.at(i)), "only checked addresses reach the driver");
+    }
+}
+
+void checkShellLine(const QString& line)
+{
+    Invocation invocation;
+    QString text;
+    if (parseShellLine(line, &invocation, &text) == ParseOutcome::Run)
+        checkAddressesToDriver(invocation);
+    else
+        FUZZ_REQUIRE(!text.isEmpty(), "a refused shell line says why");
+}
+
 void checkCommandLine(const QStringList& arguments)
 {
     Invocation invocation;
@@ -82,12 +103,7 @@ void checkCommandLine(const QStringList& arguments)
         }
         return;
     }
-    const QString& command = invocation.command;
-    if (command == QLatin1String("read") || command == QLatin1String("poll") || command == QLatin1String("write")) {
-        const int addresses = command == QLatin1String("write") ? 1 : invocation.arguments.size();
-        for (int i = 0; i < addresses && i < invocation.arguments.size(); ++i)
-            FUZZ_REQUIRE(plainAscii(invocation.arguments.at(i)), "only checked addresses reach the driver");
-    }
+    checkAddressesToDriver(invocation);
 }
 
 } // namespace
@@ -108,7 +124,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         break;
     case 1: checkValues(dataType, texts); break;
     case 2: checkDecode(dataType, rest, texts.first().size() * (data[0] >> 5) - 3); break;
-    default: checkCommandLine(QStringList(QStringLiteral("drvctl")) + texts); break;
+    default:
+        // The data type bits are free here: one of them picks a shell line instead.
+        if ((data[0] >> 2) & 1)
+            checkShellLine(texts.join(QLatin1Char(' ')));
+        else
+            checkCommandLine(QStringList(QStringLiteral("drvctl")) + texts);
+        break;
     }
     return 0;
 }
