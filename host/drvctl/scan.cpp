@@ -95,6 +95,9 @@ QJsonArray answersJson(const std::vector<Answer>& found)
 
 int Session::scan(const Invocation& request)
 {
+    // --ids names the stations to probe; a --station beside it would be silently ignored.
+    if (request.station >= 0)
+        return out.usage(QStringLiteral("scan probes the stations of --ids, not --station"), request.command);
     LineSettings base;
     int status = lineSettings(&base);
     if (status != ExitSuccess)

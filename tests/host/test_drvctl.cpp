@@ -39,6 +39,7 @@ TEST(DrvctlTest, ExitStatusAndWholeOutput)
          "{\"error\":\"cannot open /nonexistent/ttyS7: No such file or directory\",\"exit\":3,\"ok\":false}\n", ""},
         {{"read", "HR1", "--device", "/dev/null", "--fault", "silent"}, 2, "",
          "drvctl: --fault is for the simulated line, which --device replaces\nTry 'drvctl read --help'.\n"},
+        {{"scan", "--station", "2"}, 2, "", "drvctl: scan probes the stations of --ids, not --station\nTry 'drvctl scan --help'.\n"},
         // Only what comes before -- is an option.
         {{"write", "HR5", "--", "-json"}, 2, "", "drvctl: bad value: -json (decimal or 0x hex)\nTry 'drvctl write --help'.\n"},
         {{"read", "\u212A100"}, 2, "",
