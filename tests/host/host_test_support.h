@@ -4,7 +4,13 @@
 #include "interface/driver_interface.h"
 #include "port/serial_port.h"
 
+#include "support/checked_process.h"
+
 #include <QByteArray>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QStringList>
 #include <QLibrary>
 #include <algorithm>
@@ -27,6 +33,25 @@ inline std::string lines(const QStringList& texts) { return texts.join(QLatin1Ch
 
 // Bytes as tests spell them: "01 03 0a".
 inline std::string hex(const QByteArray& bytes) { return bytes.toHex(' ').toStdString(); }
+
+// tshark, or an empty path when it is not installed.
+inline QString tsharkPath() { return QStandardPaths::findExecutable(QStringLiteral("tshark")); }
+
+// A pcap of Modbus RTU frames as tshark decodes it (link type 147 mapped to mbrtu),
+// with a configuration folder of its own so that no user setting plays a part;
+// what tshark printed, or an empty text when it did not finish.
+inline QString tsharkRead(const QString& pcap, const QStringList& moreArguments = {})
+{
+    QTemporaryDir config;
+    QProcess tshark;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("WIRESHARK_CONFIG_DIR"), config.path());
+    tshark.setProcessEnvironment(environment);
+    startChecked(tshark, tsharkPath(),
+                 QStringList{"-r", pcap, "-o", "uat:user_dlts:\"User 0 (DLT=147)\",\"mbrtu\",\"0\",\"\",\"0\",\"\""}
+                     + moreArguments);
+    return tshark.waitForFinished(60000) ? QString::fromUtf8(tshark.readAllStandardOutput()) : QString();
+}
 
 inline SerialPortOptions portOptions(const std::string& device, int timeoutMs)
 {

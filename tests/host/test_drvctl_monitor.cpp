@@ -2,6 +2,7 @@
 // drvctl runs drive the line, and what it decoded is compared with the frames
 // those runs saved with --pcap.
 #include "drvctl_runner.h"
+#include "host_test_support.h"
 #include "support/checked_process.h"
 
 #include <gtest/gtest.h>
@@ -102,7 +103,7 @@ TEST(DrvctlMonitor, DecodesWhatOtherRunsSentAndGot)
 
 TEST(DrvctlPcap, TsharkReadsTheSavedFramesAsModbusRtu)
 {
-    if (QStandardPaths::findExecutable(QStringLiteral("tshark")).isEmpty())
+    if (tsharkPath().isEmpty())
         GTEST_SKIP() << "tshark is not installed";
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
@@ -110,12 +111,11 @@ TEST(DrvctlPcap, TsharkReadsTheSavedFramesAsModbusRtu)
     const Outcome run = drvctl({"shell", "--pcap", pcap}, "write HR100 7 8\nread HR100 --count 2\nread HR1 --station 9 --timeout 50 --retry 0\n");
     ASSERT_EQ(run.exitCode, 1) << run.err; // the last read has no answer
 
-    QProcess tshark;
-    startChecked(tshark, QStringLiteral("tshark"), {"-r", pcap, "-o", "uat:user_dlts:\"User 0 (DLT=147)\",\"mbrtu\",\"0\",\"\",\"0\",\"\""});
-    ASSERT_TRUE(tshark.waitForFinished(60000));
+    const QString decoded = tsharkRead(pcap);
+    ASSERT_FALSE(decoded.isEmpty());
     QStringList summaries;
     const QRegularExpression summary(QStringLiteral("(Query|Response): Unit: +(\\d+), Func: +(\\d+)"));
-    for (const QString& line : QString::fromUtf8(tshark.readAllStandardOutput()).split(QLatin1Char('\n'))) {
+    for (const QString& line : decoded.split(QLatin1Char('\n'))) {
         const QRegularExpressionMatch m = summary.match(line);
         if (m.hasMatch())
             summaries << QStringLiteral("%1 %2 %3").arg(m.captured(1), m.captured(2), m.captured(3));

@@ -371,11 +371,6 @@ TEST_F(MonitoredSession, DecodesEveryFunctionCodeAndEveryFaultAsTheDriverSawThem
 
 namespace {
 
-QString tsharkPath()
-{
-    return QStandardPaths::findExecutable(QStringLiteral("tshark"));
-}
-
 // Every frame of a driver session saved as pcap, read back by tshark as Modbus
 // RTU: station, function, query or response, and register values, frame by frame.
 TEST_F(MonitoredSession, SavedFramesReadBackByTsharkAsModbusRtu)
@@ -434,17 +429,12 @@ TEST_F(MonitoredSession, SavedFramesReadBackByTsharkAsModbusRtu)
     }
     ASSERT_EQ(static_cast<int>(listener->frames.size()), expected.size());
 
-    QProcess tshark;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("WIRESHARK_CONFIG_DIR"), dir.filePath(QStringLiteral("wireshark")));
-    tshark.setProcessEnvironment(environment);
-    startChecked(tshark, tsharkPath(), {"-r", dir.filePath(QStringLiteral("line.pcap")), "-o",
-                                "uat:user_dlts:\"User 0 (DLT=147)\",\"mbrtu\",\"0\",\"\",\"0\",\"\"", "-T", "fields",
-                                "-e", "mbrtu.unit_id", "-e", "modbus.func_code", "-e", "modbus.regval_uint16", "-e",
-                                "_ws.col.Info"});
-    ASSERT_TRUE(tshark.waitForFinished(60000));
+    const QString rows = tsharkRead(dir.filePath(QStringLiteral("line.pcap")),
+                                    {"-T", "fields", "-e", "mbrtu.unit_id", "-e", "modbus.func_code", "-e",
+                                     "modbus.regval_uint16", "-e", "_ws.col.Info"});
+    ASSERT_FALSE(rows.isEmpty());
     QStringList decoded;
-    for (const QString& row : QString::fromUtf8(tshark.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+    for (const QString& row : rows.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
         const QStringList fields = row.split(QLatin1Char('\t'));
         ASSERT_EQ(fields.size(), 4) << row.toStdString();
         const QString info = fields[3].trimmed();
