@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "common/fuzz_check.h"
+#include "drvctl/address.h"
 #include "drvctl/invocation.h"
 #include "drvctl/value_codec.h"
 

@@ -40,7 +40,13 @@ int Session::runShellLine(const QString& line)
     case ParseOutcome::Run:
         break;
     }
-    // Each line is its own invocation: its station, retry, delay and time-out or the shell's.
+    // Each line is its own invocation: its options, or the shell's.
+    const Output sessionOut = out;
+    out = Output(setup.json || request.json);
+    tracing = setup.trace || request.trace;
     useTransactionSettings(request);
-    return (this->*findCommand(request.command)->run)(request);
+    const int status = (this->*findCommand(request.command)->run)(request);
+    out = sessionOut;
+    tracing = setup.trace;
+    return status;
 }

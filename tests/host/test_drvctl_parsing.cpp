@@ -85,7 +85,13 @@ TEST(ShellLine, EachLineStartsFromNothingOnTheReusedParser)
         {"read HR5 --station 7 --count 4 --type dword --hex", ParseOutcome::Run, 7, 4, DoubleWord, true, ""},
         {"read   HR5\t", ParseOutcome::Run, -1, 1, -1, false, ""}, // nothing of the line before
         {"write HR5 1 2 3 --station=2", ParseOutcome::Run, 2, 1, -1, false, ""},
-        {"read HR5 --trace", ParseOutcome::Error, -1, 1, -1, false, "Unknown option 'trace'."},
+        {"read HR5 --trace --json", ParseOutcome::Run, -1, 1, -1, false, ""},
+        {"read HR5 --echo on", ParseOutcome::Error, -1, 1, -1, false,
+         "--echo holds for the whole session: give it to 'drvctl shell', not to a line"},
+        {"read HR5 --station 0", ParseOutcome::Error, -1, 1, -1, false,
+         "bad value for --station: 0 is broadcast, which no servo answers, and the driver waits for an answer after "
+         "every request (1 to 247)"},
+        {"read HD5", ParseOutcome::Error, -1, 1, -1, false, "unknown area 'HD' in HD5 (HR, IR, DO, DI, FN5DO, FN6HR)"},
         {"read HR5 --count 0", ParseOutcome::Error, -1, 1, -1, false, "bad value for --count: 0 (1 to 65536)"},
         {"read HR5 HR6", ParseOutcome::Error, -1, 1, -1, false, "read takes ADDRESS"},
         {"poll HR5", ParseOutcome::Error, -1, 1, -1, false, "poll is not available in the shell"},
