@@ -48,6 +48,9 @@ public:
     int shell(const Invocation& request);
 
 private:
+    // The shell's lines from libedit, on a terminal.
+    int shellOnTerminal();
+
     // Setting up; each returns an exit status (ExitSuccess to go on).
     int loadDriver();
     // Without --device; answers at `settings` only, or at any with nullptr.

@@ -8,9 +8,14 @@
 #include <QTextStream>
 #include <algorithm>
 #include <cstdio>
+#include <unistd.h>
 
 int Session::shell(const Invocation&)
 {
+    // A person at a terminal gets line editing; a script's lines are echoed after
+    // the prompt instead, so that its output reads as a session.
+    if (isatty(STDIN_FILENO) && isatty(STDOUT_FILENO))
+        return shellOnTerminal();
     QTextStream input(stdin);
     int worst = ExitSuccess;
     QString line;
