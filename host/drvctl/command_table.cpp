@@ -8,12 +8,18 @@ const CommandDefinition Commands[] = {
      "Prints the driver's identity, flags, block sizes and default settings.", PluginOptions, 0, 0, Addresses::None,
      Needs::Driver, false, true, &Session::info},
     {"read", "ADDRESS", "read values (--type, --count)",
-     "Reads --count values of --type from ADDRESS (e.g. HR100, DO5, HR100.3, HR200SW).",
+     "Reads --count values of --type from ADDRESS (HR, IR, DO, DI, FN5DO or FN6HR and a number, e.g. HR100, DO5, "
+     "HR100.3, HR200SW). A count beyond what one Modbus transaction carries is read in as many driver "
+     "commands as needed and joined; --trace says how it was split.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | TypeOptions
          | ReadOptions,
      1, 1, Addresses::Read, Needs::Line, false, true, &Session::read},
     {"write", "ADDRESS VALUE...", "write values (decimal or 0x hex; bits 0/1)",
-     "Writes the values to ADDRESS, one element each. Put -- before negative values.",
+     "Writes the values to ADDRESS, one element each. Put -- before negative values. More values than one Modbus "
+     "transaction takes go in as many driver commands as needed; when one fails, the "
+     "error says how many values were written before it. Refused: IR and DI (read-only), an odd number of bytes "
+     "(the driver writes whole registers), a range into HR60000..HR60010, and station list values the driver "
+     "would send to no servo or the wrong one.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | TypeOptions, 2, -1,
      Addresses::Write, Needs::Line, false, true, &Session::write},
     {"poll", "ADDRESS...", "read again every --interval ms, a line per round; Ctrl-C ends with a summary",
@@ -42,8 +48,10 @@ const CommandDefinition Commands[] = {
      SimulatedLineOptions, 0, 0, Addresses::None, Needs::Nothing, true, false, &Session::simulate},
     {"shell", "", "read commands from stdin, one per line, on one driver and one line",
      "Runs info, read and write commands from stdin, one per line (# starts a comment), on one driver and one "
-     "line, so that written values and the driver's station list carry from line to line. Options on a line "
-     "apply to that line only.",
+     "line, so that written values and the driver's station list carry from line to line. The options given here "
+     "hold for every line; --station, --retry, --delay, --timeout, --trace and --json on a line hold for that line "
+     "only. On a terminal: a prompt, line editing, a history for the session (arrow up) and Tab completion of "
+     "command and option names; from a pipe each line is echoed after the prompt.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions, 0, 0,
      Addresses::None, Needs::Line, false, false, &Session::shell},
     {"version", "", "the plug-in's and drvctl's versions (also --version)",
