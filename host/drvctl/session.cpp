@@ -126,16 +126,10 @@ int Session::openPort(const LineSettings& line)
     }
     ownPort = std::make_unique<SerialPort>(options);
     port = ownPort.get();
-    if (setup.trace || capture) {
-        const bool print = setup.trace;
-        TraceCapture* frames = capture.get();
-        ownPort->setTraceSink([print, frames](const QString& line) {
-            if (print)
-                std::fprintf(stderr, "%s\n", line.toLocal8Bit().constData());
-            if (frames)
-                frames->take(line);
-        });
-    }
+    if (setup.trace)
+        ownPort->setTraceSink([](const QString& line) { std::fprintf(stderr, "%s\n", line.toLocal8Bit().constData()); });
+    if (capture)
+        ownPort->setTraceByteSink(capture->byteSink());
     if (!ownPort->open())
         return out.failure(ownPort->errorString(), ExitSetup);
     if (setup.trace && !ownPort->rs485Status().isEmpty())
