@@ -127,15 +127,14 @@ int Session::openPort(const LineSettings& line)
     ownPort = std::make_unique<SerialPort>(options);
     port = ownPort.get();
     // A shell line may ask for the trace of its own frames.
-    if (setup.trace || capture || setup.command == QLatin1String("shell")) {
-        TraceCapture* frames = capture.get();
-        ownPort->setTraceSink([this, frames](const QString& line) {
+    if (setup.trace || setup.command == QLatin1String("shell")) {
+        ownPort->setTraceSink([this](const QString& line) {
             if (tracing)
                 std::fprintf(stderr, "%s\n", line.toLocal8Bit().constData());
-            if (frames)
-                frames->take(line);
         });
     }
+    if (capture)
+        ownPort->setTraceByteSink(capture->byteSink());
     if (!ownPort->open())
         return out.failure(ownPort->errorString(), ExitSetup);
     if (setup.trace && !ownPort->rs485Status().isEmpty())
