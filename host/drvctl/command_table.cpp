@@ -13,7 +13,7 @@ const CommandDefinition Commands[] = {
      "commands as needed and joined; --trace says how it was split.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | TypeOptions
          | ReadOptions,
-     1, 1, Addresses::Read, Needs::Line, false, true, &Session::read},
+     1, 1, Addresses::Read, Needs::Line, true, true, &Session::read},
     {"write", "ADDRESS VALUE...", "write values (decimal or 0x hex; bits 0/1)",
      "Writes the values to ADDRESS, one element each. Put -- before negative values. More values than one Modbus "
      "transaction takes go in as many driver commands as needed; when one fails, the "
@@ -21,7 +21,7 @@ const CommandDefinition Commands[] = {
      "(the driver writes whole registers), a range into HR60000..HR60010, and station list values the driver "
      "would send to no servo or the wrong one.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | TypeOptions, 2, -1,
-     Addresses::Write, Needs::Line, false, true, &Session::write},
+     Addresses::Write, Needs::Line, true, true, &Session::write},
     {"poll", "ADDRESS...", "read again every --interval ms, a line per round; Ctrl-C ends with a summary",
      "Reads every address once a round, every --interval ms, and prints a line per round with its time; a "
      "failed read shows its error in place of the values. After --count rounds or Ctrl-C it prints rounds, "
@@ -53,7 +53,7 @@ const CommandDefinition Commands[] = {
      "only. On a terminal: a prompt, line editing, a history for the session (arrow up) and Tab completion of "
      "command and option names; from a pipe each line is echoed after the prompt.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions, 0, 0,
-     Addresses::None, Needs::Line, false, false, &Session::shell},
+     Addresses::None, Needs::Line, true, false, &Session::shell},
     {"version", "", "the plug-in's and drvctl's versions (also --version)",
      "Prints drvctl's version and the name and version of the driver plug-in it loads.", PluginOptions, 0, 0,
      Addresses::None, Needs::Driver, false, false, &Session::version},

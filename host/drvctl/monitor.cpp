@@ -1,5 +1,6 @@
 // drvctl monitor: listen-only decoding of a line that another master drives.
 #include "drvctl/exit_codes.h"
+#include "drvctl/line_outages.h"
 #include "drvctl/session.h"
 #include "drvctl/stop_signals.h"
 #include "monitor/frame_splitter.h"
@@ -7,6 +8,7 @@
 #include "monitor/transaction_decoder.h"
 #include "monitor/transaction_format.h"
 #include "port/monotonic_clock.h"
+#include "port/serial_port.h"
 #include "simulator/servo_line.h"
 
 #include <QJsonArray>
@@ -23,7 +25,7 @@ public:
     void frames(const std::vector<LineFrame>& frames, TransactionDecoder* decoder)
     {
         for (const LineFrame& frame : frames) {
-            if (pcap->isOpen())
+            if (pcap->isOpen() && !pcap->failed())
                 pcap->write(frame);
             print(decoder->take(frame));
         }
@@ -66,6 +68,11 @@ int Session::monitor(const Invocation& request)
     int status = lineSettings(&line);
     if (status != ExitSuccess)
         return status;
+    // Before anything is printed: a capture that cannot be saved is no monitor run.
+    PcapWriter pcap;
+    QString error;
+    if (!request.pcapFile.isEmpty() && !pcap.open(request.pcapFile, &error))
+        return out.failure(error, ExitSetup);
     QString device = request.device;
     if (device.isEmpty()) {
         // A line nobody drives shows nothing, so the simulated line is started and
@@ -85,6 +92,7 @@ int Session::monitor(const Invocation& request)
     options.device = device;
     options.line = line;
     SerialPort listener(options);
+    listener.setStopFd(stopSignalFd());
     if (!listener.open())
         return out.failure(listener.errorString(), ExitSetup);
     if (simulatedLine) { // listening from here on, so the path can be handed out
@@ -94,22 +102,24 @@ int Session::monitor(const Invocation& request)
                                 "drvctl poll HR1300 --device %1; Ctrl-C stops")
                      .arg(path));
     }
-    PcapWriter pcap;
-    QString error;
-    if (!request.pcapFile.isEmpty() && !pcap.open(request.pcapFile, &error))
-        return out.failure(error, ExitSetup);
-
     FrameSplitter splitter(line);
     TransactionDecoder decoder;
     MonitorSink sink(out, request.raw, &pcap);
     // Wake at least once a silence, so that a frame ends when the line goes quiet.
     const int wakeMs = static_cast<int>(std::max(1LL, splitter.boundaryNs() / 1000000));
+    LineOutages outages;
     char buffer[512];
-    while (!waitForStopSignal(0)) {
+    while (!waitForStopSignal(0) && !pcap.failed() && outputFailure().isEmpty()) {
         const int got = listener.listen(buffer, sizeof buffer, wakeMs);
         const long long now = monotonicNs();
-        if (got < 0)
-            break; // the adapter is gone
+        if (got < 0) {
+            // What was half heard ends with the line.
+            sink.frames(splitter.finish(), &decoder);
+            sink.print(decoder.finish());
+            if (!listener.lost() || !outages.waitForLine(listener, out))
+                break;
+            continue;
+        }
         if (got > 0)
             sink.frames(splitter.feed(buffer, got, now), &decoder);
         sink.frames(splitter.idle(now), &decoder);
@@ -118,9 +128,16 @@ int Session::monitor(const Invocation& request)
     sink.frames(splitter.finish(), &decoder);
     sink.print(decoder.finish());
     pcap.close();
-    out.result(QJsonObject{{QStringLiteral("summary"), true},
-                           {QStringLiteral("transactions"), sink.seen},
-                           {QStringLiteral("problems"), sink.troubled}},
-               QStringLiteral("--- %1 transaction(s), %2 with problems ---").arg(sink.seen).arg(sink.troubled));
+    if (pcap.failed())
+        return out.failure(pcap.errorString(), ExitSetup);
+    QJsonObject summary{{QStringLiteral("summary"), true},
+                        {QStringLiteral("transactions"), sink.seen},
+                        {QStringLiteral("problems"), sink.troubled}};
+    QString text = QStringLiteral("--- %1 transaction(s), %2 with problems").arg(sink.seen).arg(sink.troubled);
+    if (outages.any()) {
+        outages.addTo(&summary);
+        text += QStringLiteral(", ") + outages.summaryText();
+    }
+    out.result(summary, text + QStringLiteral(" ---"));
     return ExitSuccess;
 }

@@ -1,5 +1,6 @@
 // drvctl poll: the same reads round after round, like ping, with a summary at the end.
 #include "drvctl/exit_codes.h"
+#include "drvctl/line_outages.h"
 #include "drvctl/round_trip_stats.h"
 #include "drvctl/session.h"
 #include "drvctl/stop_signals.h"
@@ -26,43 +27,59 @@ int Session::poll(const Invocation& request)
     const QStringList& addresses = request.arguments;
     std::vector<int> failures(static_cast<size_t>(addresses.size()), 0);
     RoundTripStats roundTrips;
+    LineOutages outages;
     int rounds = 0;
     bool stopped = false;
+    int status = ExitSuccess;
     while (!stopped) {
         QElapsedTimer roundClock;
         roundClock.start();
         const QDateTime now = QDateTime::currentDateTime();
         QStringList text{now.toString(QStringLiteral("hh:mm:ss.zzz"))};
         QJsonObject values;
+        std::vector<int> failed(failures.size(), 0);
+        Transfer outcome = Transfer::Done;
         for (int i = 0; i < addresses.size(); ++i) {
             const QString& address = addresses[i];
-            QElapsedTimer clock;
-            clock.start();
             TransferPlan plan;
             QList<qint64> decoded;
             QString error;
-            const Transfer outcome = readValues(request, address, &plan, &decoded, &error);
+            takeLineTime();
+            outcome = readValues(request, address, &plan, &decoded, &error);
             if (outcome == Transfer::Refused)
                 return out.usage(error, request.command);
+            if (outcome == Transfer::LineLost || outcome == Transfer::Interrupted)
+                break; // not the servo's failure: this round does not count
             if (outcome == Transfer::Done) {
-                roundTrips.add(static_cast<double>(clock.nsecsElapsed()) / 1e6);
+                roundTrips.add(static_cast<double>(takeLineTime()) / 1e6);
                 text << QStringLiteral("%1=%2").arg(address, valuesText(plan.dataType, decoded, request.hex));
                 values.insert(address, valuesJson(decoded));
             } else {
-                ++failures[static_cast<size_t>(i)];
+                failed[static_cast<size_t>(i)] = 1;
                 text << QStringLiteral("%1=(%2)").arg(address, error);
                 values.insert(address, QJsonObject{{QStringLiteral("error"), error}});
             }
         }
+        if (outcome == Transfer::Interrupted)
+            break;
+        if (outcome == Transfer::LineLost) {
+            stopped = !outages.waitForLine(*linePort, out);
+            continue;
+        }
         ++rounds;
+        for (size_t i = 0; i < failures.size(); ++i)
+            failures[i] += failed[i];
         out.result(QJsonObject{{QStringLiteral("round"), rounds},
                                {QStringLiteral("time"), now.toString(Qt::ISODateWithMs)},
                                {QStringLiteral("values"), values}},
                    text.join(QStringLiteral("  ")));
+        if ((status = outputStatus()) != ExitSuccess)
+            return status;
         if (request.rounds > 0 && rounds >= request.rounds)
             break;
         stopped = waitForStopSignal(static_cast<int>(std::max<qint64>(0, request.intervalMs - roundClock.elapsed())));
     }
+    stopped = stopped || waitForStopSignal(0);
 
     int failed = 0;
     QJsonObject failuresJson;
@@ -77,6 +94,10 @@ int Session::poll(const Invocation& request)
                        {QStringLiteral("rounds"), rounds},
                        {QStringLiteral("interrupted"), stopped},
                        {QStringLiteral("failures"), failuresJson}};
+    if (outages.any()) {
+        outages.addTo(&object);
+        summary << outages.summaryText();
+    }
     if (!roundTrips.empty()) {
         object.insert(QStringLiteral("roundTripMs"),
                       QJsonObject{{QStringLiteral("min"), roundTrips.min()},

@@ -7,6 +7,7 @@
 #include "drvctl/stop_signals.h"
 #include "drvctl/trace_capture.h"
 #include "interface/driver_interface.h"
+#include "port/serial_port.h"
 #include "simulator/servo_line.h"
 #include "tools/driver_setting.h"
 
@@ -27,8 +28,6 @@ Session::Session(const Invocation& invocation) : setup(invocation), out(invocati
 Session::~Session()
 {
     ownPort.reset();
-    if (capture)
-        capture->finish();
     simulatedLine.reset();
     // The root object belongs to the loader's library; it goes with the process.
 }
@@ -37,6 +36,7 @@ void Session::attach(DriverInterface* attachedDriver, AbstractDeviceInterface* a
 {
     driver = attachedDriver;
     port = attachedPort;
+    linePort = dynamic_cast<LinePort*>(attachedPort);
 }
 
 int Session::run()
@@ -62,7 +62,21 @@ int Session::run()
         if (status != ExitSuccess)
             return status;
     }
-    return (this->*definition->run)(setup);
+    const int status = (this->*definition->run)(setup);
+    if (capture)
+        capture->finish();
+    const int written = outputStatus();
+    return status == ExitSuccess ? written : status;
+}
+
+int Session::outputStatus()
+{
+    if (capture && capture->failed())
+        return out.failure(capture->error(), ExitSetup);
+    const QString failure = outputFailure();
+    if (!failure.isEmpty()) // stdout cannot take it: stderr can
+        return Output(false).failure(failure, ExitSetup);
+    return ExitSuccess;
 }
 
 int Session::loadDriver()
@@ -124,8 +138,11 @@ int Session::openPort(const LineSettings& line)
         if (!capture->open(setup.pcapFile, &error))
             return out.failure(error, ExitSetup);
     }
-    ownPort = std::make_unique<SerialPort>(options);
-    port = ownPort.get();
+    auto serial = std::make_unique<SerialPort>(options);
+    const SerialPort* opened = serial.get();
+    ownPort = std::move(serial);
+    port = linePort = ownPort.get();
+    ownPort->setStopFd(stopSignalFd());
     // A shell line may ask for the trace of its own frames.
     if (setup.trace || setup.command == QLatin1String("shell")) {
         ownPort->setTraceSink([this](const QString& line) {
@@ -137,9 +154,9 @@ int Session::openPort(const LineSettings& line)
         ownPort->setTraceByteSink(capture->byteSink());
     if (!ownPort->open())
         return out.failure(ownPort->errorString(), ExitSetup);
-    if (setup.trace && !ownPort->rs485Status().isEmpty())
-        out.note(QStringLiteral("drvctl: ") + ownPort->rs485Status());
-    baseline = ownPort->options();
+    if (setup.trace && !opened->rs485Status().isEmpty())
+        out.note(QStringLiteral("drvctl: ") + opened->rs485Status());
+    baseline = ownPort->transactionSettings();
     useTransactionSettings(setup);
     if (driver)
         driver->initialize(port);
@@ -157,4 +174,13 @@ void Session::useTransactionSettings(const Invocation& request)
     ownPort->setRetry(chosen(request.retry, setup.retry, baseline.retry));
     ownPort->setDelay(chosen(request.delay, setup.delay, baseline.delayMs));
     ownPort->setTimeoutMs(chosen(request.timeout, setup.timeout, baseline.timeoutMs));
+}
+
+long long Session::takeLineTime()
+{
+    if (linePort == nullptr)
+        return 0;
+    const long long ns = linePort->lineTimeNs();
+    linePort->resetLineTime();
+    return ns;
 }

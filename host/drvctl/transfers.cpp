@@ -1,7 +1,9 @@
 // Reads and writes as the driver commands that carry them: checked, split at the
 // Modbus limits and joined, with the driver's own registers guarded.
 #include "drvctl/driver_registers.h"
+#include "drvctl/exit_codes.h"
 #include "drvctl/session.h"
+#include "drvctl/stop_signals.h"
 #include "drvctl/transfer_plan.h"
 #include "drvctl/value_codec.h"
 #include "interface/driver_interface.h"
@@ -25,6 +27,35 @@ void Session::traceSplit(const TransferPlan& plan, bool read) const
                      splitDescription(plan, read ? Direction::Read : Direction::Write).toLocal8Bit().constData());
 }
 
+Session::Transfer Session::driverFailure(QString* error) const
+{
+    if (linePort == nullptr)
+        return Transfer::Failed;
+    if (linePort->stopped() || waitForStopSignal(0)) {
+        *error = QStringLiteral("interrupted");
+        return Transfer::Interrupted;
+    }
+    if (linePort->lost()) {
+        *error = QStringLiteral("line lost: %1: %2").arg(linePort->name(), linePort->lostReason());
+        return Transfer::LineLost;
+    }
+    if (!linePort->doubt().isEmpty())
+        *error = linePort->doubt() + QStringLiteral("; say which with --echo on or --echo off");
+    return Transfer::Failed;
+}
+
+int Session::transferFailure(Transfer outcome, const QString& error, const QString& command)
+{
+    switch (outcome) {
+    case Transfer::Refused: return out.usage(error, command);
+    case Transfer::LineLost: return out.failure(error, ExitSetup);
+    case Transfer::Interrupted: return out.failure(error, ExitInterrupted);
+    case Transfer::Failed:
+    case Transfer::Done: break;
+    }
+    return out.failure(error, ExitDriverFailure);
+}
+
 Session::Transfer Session::readValues(const Invocation& request, const QString& address, TransferPlan* plan,
                                       QList<qint64>* values, QString* error)
 {
@@ -41,7 +72,7 @@ Session::Transfer Session::readValues(const Invocation& request, const QString& 
         const QByteArray data = driver->read(port, CommunicatorCommand(plan->dataType, piece.count, piece.address));
         if (driver->hasError()) {
             *error = driver->getLastError();
-            return Transfer::Failed;
+            return driverFailure(error);
         }
         *values += decodeValues(plan->dataType, data, piece.count);
     }
@@ -67,10 +98,13 @@ Session::Transfer Session::writeValues(const Invocation& request, TransferPlan* 
         const CommunicatorCommand command(plan->dataType, piece.count, piece.address);
         if (!driver->write(port, command, data.mid(piece.first * width, piece.count * width)) || driver->hasError()) {
             *error = driver->getLastError();
+            const Transfer outcome = driverFailure(error);
+            if (outcome == Transfer::Interrupted)
+                *error = QStringLiteral("interrupted before the servo confirmed the write");
             // A split write is not one transaction: say what did reach the servo.
             if (piece.first > 0)
                 *error += QStringLiteral("; the first %1 of %2 value(s) were written").arg(piece.first).arg(texts.size());
-            return Transfer::Failed;
+            return outcome;
         }
     }
     return Transfer::Done;

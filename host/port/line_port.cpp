@@ -38,6 +38,15 @@ LinePort::Wait LinePort::waitFor(int fd, short events, long long deadlineNs)
     }
 }
 
+bool LinePort::stopRequested()
+{
+    if (!stopSeen && stopFd >= 0) {
+        pollfd stop{stopFd, POLLIN, 0};
+        stopSeen = ::poll(&stop, 1, 0) > 0 && (stop.revents & POLLIN);
+    }
+    return stopSeen;
+}
+
 void LinePort::requestLeaving(long long nowNs)
 {
     closeExchange();

@@ -43,6 +43,10 @@ public:
     bool lost() const { return !lostText.isEmpty(); }
     QString lostReason() const { return lostText; }
 
+    // Why the port did not send the last request, where it could not have told
+    // its reply from something else (empty when it sent it).
+    virtual QString doubt() const { return QString(); }
+
     // Every wait of the port also ends when stopFd becomes readable (drvctl's
     // Ctrl-C); from then on the port sends nothing and waits for nothing, and
     // asks the driver for no pause and no retry, until clearStop().
@@ -72,6 +76,8 @@ protected:
     // Waits until fd is ready for `events` (POLLIN or POLLOUT), the monotonic
     // clock passes deadlineNs, the stop descriptor fires or the line hangs up.
     Wait waitFor(int fd, short events, long long deadlineNs);
+    // Looks whether the stop descriptor fired, without waiting.
+    bool stopRequested();
     void markLost(const QString& reason) { lostText = reason; }
     void clearLost() { lostText.clear(); }
 
