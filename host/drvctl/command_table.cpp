@@ -25,13 +25,16 @@ const CommandDefinition Commands[] = {
     {"poll", "ADDRESS...", "read again every --interval ms, a line per round; Ctrl-C ends with a summary",
      "Reads every address once a round, every --interval ms, and prints a line per round with its time; a "
      "failed read shows its error in place of the values. After --count rounds or Ctrl-C it prints rounds, "
-     "failures per address and the round trip min/avg/max/p99.",
+     "failures per address and the round trip min/avg/max/p99: time on the line, from the request's first byte "
+     "leaving to the reply's last byte arriving, without --delay and the quiet gap. A lost line is said once "
+     "and opened again every second; the summary counts the time without it.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | TypeOptions
          | PollOptions,
      1, -1, Addresses::Read, Needs::Line, true, false, &Session::poll},
     {"scan", "", "find the stations (and with --lines the line settings) that answer",
-     "Probes every station id of --ids with one short read of --probe and lists those that answer (a reply "
-     "or an exception), with their line settings and round trip. --lines tries every common baud rate, "
+     "Probes every station id of --ids with one short read of --probe and lists those that answer (a reply, "
+     "an exception, or garbled bytes with what was wrong: bad CRC, wrong slave id, cut frame), with their line "
+     "settings and round trip (time on the line, without --delay and the quiet gap). --lines tries every common baud rate, "
      "parity and stop bits. Ctrl-C prints what was found so far. Exit 0 when something answered, 1 when "
      "nothing did.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | ScanOptions, 0, 0,
@@ -39,7 +42,8 @@ const CommandDefinition Commands[] = {
     {"monitor", "", "decode a line that another master drives (listen only)",
      "Listens to a line without sending: cuts the bytes into frames at 3.5 characters of silence, checks each "
      "CRC, pairs requests with replies and prints one line per transaction. Without --device it starts the "
-     "simulated line and listens to it, so that you can drive it from another shell with --device.",
+     "simulated line and listens to it, so that you can drive it from another shell with --device. A lost line "
+     "is said once and opened again every second.",
      DeviceOptions | SimulatedLineOptions | MonitorOptions, 0, 0, Addresses::None, Needs::Nothing, true, false,
      &Session::monitor},
     {"simulate", "", "run the simulated servo line and print its device path",
@@ -51,7 +55,8 @@ const CommandDefinition Commands[] = {
      "line, so that written values and the driver's station list carry from line to line. The options given here "
      "hold for every line; --station, --retry, --delay, --timeout, --trace and --json on a line hold for that line "
      "only. On a terminal: a prompt, line editing, a history for the session (arrow up) and Tab completion of "
-     "command and option names; from a pipe each line is echoed after the prompt.",
+     "command and option names; from a pipe each line is echoed after the prompt. Ctrl-C cancels the running "
+     "line and keeps the session.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions, 0, 0,
      Addresses::None, Needs::Line, true, false, &Session::shell},
     {"version", "", "the plug-in's and drvctl's versions (also --version)",

@@ -65,18 +65,25 @@ char** complete(const char* text, int start, int /*end*/)
 }
 
 // Keys, and Ctrl-C while typing: it drops the line typed so far, as shells do
-// (Ctrl-C is held back from the process, so libedit never sees the signal).
+// (Ctrl-C is held back from the process, so libedit never sees the signal):
+// Ctrl-U, libedit's "kill the whole line" in its emacs keys, then Enter.
 int keyOrCtrlC(FILE* stream)
 {
+    static bool enterNext = false;
+    if (enterNext) {
+        enterNext = false;
+        return '\n';
+    }
     pollfd fds[2] = {{fileno(stream), POLLIN, 0}, {stopSignalFd(), POLLIN, 0}};
     while (poll(fds, fds[1].fd >= 0 ? 2 : 1, -1) < 0)
         if (errno != EINTR)
             return EOF;
     if (fds[1].revents & POLLIN) {
         resumeStopSignals();
-        rl_replace_line("", 0);
         std::fputs("^C", stdout);
-        return '\n';
+        std::fflush(stdout);
+        enterNext = true;
+        return 0x15;
     }
     unsigned char key = 0;
     return read(fileno(stream), &key, 1) == 1 ? key : EOF;

@@ -125,6 +125,8 @@ public:
         return screen;
     }
     Outcome finish() { return ::finish(&process); }
+    // Ctrl-C, as the terminal's line discipline would send it to the foreground job.
+    bool interrupt() { return ::interrupt(&process); }
 
 private:
     int master;
