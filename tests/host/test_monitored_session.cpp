@@ -101,7 +101,7 @@ protected:
         ASSERT_TRUE(listener->listening());
         driver = createDriver();
         ASSERT_TRUE(driver);
-        SerialPortOptions options = portOptions(line.devicePath(), 150);
+        SerialPortOptions options = portOptions(line.devicePath(), 400);
         options.interFrameGap = true;
         options.retry = 0;
         port = std::make_unique<SerialPort>(options);
