@@ -7,7 +7,9 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 sysroot=${1:-build/armhf-sysroot}
-[ -f "$sysroot/.complete" ] && exit 0
+packages=libc6-dev,libstdc++-12-dev,qtbase5-dev,libqt5sql5-sqlite,libqt5svg5-dev,libgtest-dev,libgmock-dev,libmodbus-dev,libbenchmark-dev
+# A sysroot made from another package list is made again.
+[ "$(cat "$sysroot/.complete" 2>/dev/null)" = "$packages" ] && exit 0
 
 mirror=$(apt-get indextargets --format '$(RELEASE) $(REPO_URI)' | awk '$1 == "bookworm" { print $2; exit }')
 if [ -z "$mirror" ]; then
@@ -15,7 +17,6 @@ if [ -z "$mirror" ]; then
   exit 1
 fi
 
-packages=libc6-dev,libstdc++-12-dev,qtbase5-dev,libqt5sql5-sqlite,libgtest-dev,libgmock-dev,libmodbus-dev,libbenchmark-dev
 rm -rf "$sysroot"
 mkdir -p "$(dirname "$sysroot")"
 mmdebstrap --quiet --variant=extract --arch=armhf --include="$packages" \
@@ -28,4 +29,4 @@ find "$sysroot" -type l -lname '/*' | while read -r link; do
 done
 # qemu -L would hand the tests the sysroot's own device nodes and mounts.
 rm -rf "${sysroot:?}"/{dev,tmp,proc,sys,run}
-touch "$sysroot/.complete"
+echo "$packages" > "$sysroot/.complete"
