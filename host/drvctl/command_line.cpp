@@ -151,10 +151,24 @@ const OptionDefinition Options[] = {
      }},
     {SimulatedLineOptions, "motion", nullptr, "HR1300 ramps 0..3000 and back, HR1301 counts up, every 100 ms.",
      [](const QString&, const QString&, Invocation* i, QString*) { i->motion = true; return true; }},
+    {MapOptions, "map", "file", "Register map (CSV): its parameter names go wherever an address goes (also DRVCTL_MAP).",
+     [](const QString&, const QString& v, Invocation* i, QString*) { i->map = v; return true; }},
+    {OutputOptions, "o|output", "file", "File to write.",
+     [](const QString&, const QString& v, Invocation* i, QString*) { i->output = v; return true; }},
+    {RestoreOptions, "force", nullptr, "Restore a set made with another map, by name.",
+     [](const QString&, const QString&, Invocation* i, QString*) { i->force = true; return true; }},
+    {RestoreOptions, "dry-run", nullptr, "Show what would be written and write nothing.",
+     [](const QString&, const QString&, Invocation* i, QString*) { i->dryRun = true; return true; }},
+    {DiffOptions, "all", nullptr, "Compare the read-only parameters too.",
+     [](const QString&, const QString&, Invocation* i, QString*) { i->all = true; return true; }},
+    {PollLogOptions, "csv", "file", "Log each round to FILE: a time, a column per address, the errors last.",
+     [](const QString&, const QString& v, Invocation* i, QString*) { i->csvFile = v; return true; }},
+    {PollLogOptions, "plot", "file", "Draw the rounds as a trend chart at the end (.png or .svg).",
+     [](const QString&, const QString& v, Invocation* i, QString*) { i->plotFile = v; return true; }},
 };
 
 // Options a shell line may not change: they belong to the shell's driver and line.
-constexpr unsigned WholeSessionOptions = PluginOptions | DeviceOptions | LinkOptions | SimulatedLineOptions;
+constexpr unsigned WholeSessionOptions = PluginOptions | DeviceOptions | LinkOptions | SimulatedLineOptions | MapOptions;
 
 // Words of text in lines of at most 79 columns, each after `indent` spaces but the first.
 QString wrapped(const QString& text, int indent)
@@ -215,11 +229,14 @@ CommandGrammar* grammarFor(const CommandDefinition& definition, bool shellLine)
     for (const OptionDefinition& option : Options) {
         if ((option.groups & groups) == 0)
             continue;
-        const QString name = QLatin1String(option.name);
-        parser.addOption(option.valueName ? QCommandLineOption(name, QLatin1String(option.description), QLatin1String(option.valueName))
-                                          : QCommandLineOption(name, QLatin1String(option.description)));
+        // "o|output": a short alias before the name.
+        const QStringList names = QString::fromLatin1(option.name).split(QLatin1Char('|'));
+        const QString name = names.last();
+        parser.addOption(option.valueName ? QCommandLineOption(names, QLatin1String(option.description), QLatin1String(option.valueName))
+                                          : QCommandLineOption(names, QLatin1String(option.description)));
         grammar->options.emplace_back(&option, name);
-        grammar->byName.insert(name, &option);
+        for (const QString& alias : names)
+            grammar->byName.insert(alias, &option);
     }
     // Written here rather than by Qt, whose help needs a QCoreApplication (the
     // fuzzers and tests have none) and names the program's path.
@@ -230,7 +247,9 @@ CommandGrammar* grammarFor(const CommandDefinition& definition, bool shellLine)
         help += optionHelp(QStringLiteral("--json"), QLatin1String(JsonText));
     for (const auto& option : grammar->options) {
         const QString value = option.first->valueName ? QStringLiteral(" <%1>").arg(QLatin1String(option.first->valueName)) : QString();
-        help += optionHelp(QStringLiteral("--") + option.second + value, QLatin1String(option.first->description));
+        const QString alias = QString::fromLatin1(option.first->name).contains(QLatin1Char('|'))
+            ? QStringLiteral("-%1, ").arg(QString::fromLatin1(option.first->name).section(QLatin1Char('|'), 0, 0)) : QString();
+        help += optionHelp(alias + QStringLiteral("--") + option.second + value, QLatin1String(option.first->description));
     }
     if (definition.options & SimulatedLineOptions)
         help += QLatin1Char('\n') + faultSwitchHelp();
@@ -268,7 +287,7 @@ bool asksForJson(const QStringList& arguments)
     return false;
 }
 
-ParseOutcome parse(const QStringList& arguments, bool shellLine, Invocation* invocation, QString* text)
+ParseOutcome parse(const QStringList& arguments, bool shellLine, const QString& map, Invocation* invocation, QString* text)
 {
     if (!shellLine)
         invocation->json = asksForJson(arguments);
@@ -305,14 +324,16 @@ ParseOutcome parse(const QStringList& arguments, bool shellLine, Invocation* inv
     result.command = invocation->command;
     result.json = invocation->json;
     result.arguments = grammar.parser.positionalArguments();
+    if (definition->options & MapOptions)
+        result.map = shellLine ? map : qEnvironmentVariable("DRVCTL_MAP");
     QString simulatedLineOption; // one given, if any
     // Only the options given, in the order given; one given twice names all its values at once.
-    QStringList applied;
+    QList<const OptionDefinition*> applied;
     for (const QString& name : grammar.parser.optionNames()) {
         const OptionDefinition* option = grammar.byName.value(name);
-        if (option == nullptr || applied.contains(name))
+        if (option == nullptr || applied.contains(option))
             continue; // --json, or done already
-        applied << name;
+        applied << option;
         if (option->groups == SimulatedLineOptions)
             simulatedLineOption = name;
         const QStringList values = option->valueName ? grammar.parser.values(name) : QStringList{QString()};
@@ -331,7 +352,8 @@ ParseOutcome parse(const QStringList& arguments, bool shellLine, Invocation* inv
         return ParseOutcome::Error;
     }
     const int addresses = definition->addressArguments < 0 ? given : std::min(definition->addressArguments, given);
-    for (int i = 0; i < addresses; ++i)
+    // With a map, the session tells names from addresses once the map is loaded.
+    for (int i = 0; i < addresses && result.map.isEmpty(); ++i)
         if (!checkAddress(result.arguments[i], text))
             return ParseOutcome::Error;
     *invocation = result;
@@ -359,10 +381,10 @@ QStringList shellWords(const QString& line)
 
 ParseOutcome parseCommandLine(const QStringList& arguments, Invocation* invocation, QString* text)
 {
-    return parse(arguments, false, invocation, text);
+    return parse(arguments, false, QString(), invocation, text);
 }
 
-ParseOutcome parseShellLine(const QString& line, Invocation* invocation, QString* text)
+ParseOutcome parseShellLine(const QString& line, Invocation* invocation, QString* text, const QString& map)
 {
-    return parse(shellWords(line), true, invocation, text);
+    return parse(shellWords(line), true, map, invocation, text);
 }

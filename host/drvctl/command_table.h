@@ -18,6 +18,11 @@ enum OptionGroup : unsigned {
     PollOptions = 1u << 7,          // --elements --hex --count (rounds) --interval
     ScanOptions = 1u << 8,          // --ids --lines --probe
     MonitorOptions = 1u << 9,       // --raw --pcap
+    MapOptions = 1u << 10,          // --map
+    OutputOptions = 1u << 11,       // -o
+    RestoreOptions = 1u << 12,      // --force --dry-run
+    DiffOptions = 1u << 13,         // --all
+    PollLogOptions = 1u << 14,      // --csv --plot
 };
 
 // What a command needs before its handler runs.

@@ -7,9 +7,11 @@
 
 #include "drvctl/invocation.h"
 #include "drvctl/output.h"
+#include "parameters/register_map.h"
 #include "port/serial_port.h"
 
 class AbstractDeviceInterface;
+class ParameterLine;
 class DriverInterface;
 class ServoLine;
 class TraceCapture;
@@ -42,6 +44,10 @@ public:
     int monitor(const Invocation& request);
     int simulate(const Invocation& request);
     int shell(const Invocation& request);
+    int backup(const Invocation& request);
+    int restore(const Invocation& request);
+    int diff(const Invocation& request);
+    int plot(const Invocation& request);
 
 private:
     // Setting up; each returns an exit status (ExitSuccess to go on).
@@ -53,8 +59,19 @@ private:
     // The port takes the command's station, retry, delay and time-out, or the session's.
     void useTransactionSettings(const Invocation& request);
 
+    // Plug-in, line and port as a command that Needs::Line has them.
+    int setUpLine();
     // One driver read; false leaves the driver's error text.
     bool readValues(const Invocation& request, const QString& address, int dataType, QByteArray* data);
+
+    // --map (parameters.cpp): loaded before the command runs; a bad map is exit 2.
+    int loadMap(const QString& path);
+    // The parameter an argument names, or nullptr for an address (checked here:
+    // false with the usage error's exit status in *status).
+    const Parameter* parameterOrAddress(const QString& argument, int* status);
+    int readNamed(const Invocation& request, const Parameter& parameter);
+    int writeNamed(const Invocation& request, const Parameter& parameter);
+    std::unique_ptr<ParameterLine> parameterLine();
 
     Invocation setup; // the command line that started the session
     Output out;
@@ -65,6 +82,7 @@ private:
     AbstractDeviceInterface* port = nullptr; // ownPort, or one attached
     SerialPortOptions baseline;              // what useTransactionSettings falls back to
     std::unique_ptr<TraceCapture> capture;   // --pcap
+    RegisterMap map;                         // --map, when given
 };
 
 #endif

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int Width = 1200;
 constexpr int PanelHeight = 250;
-constexpr int Top = 70, Bottom = 62, Left = 92, Right = 230, PanelGap = 26;
+constexpr int Top = 70, Bottom = 62, Left = 92, Right = 230, PanelGap = 40;
 
 const QColor Palette[] = {QColor(0x1f, 0x77, 0xb4), QColor(0xff, 0x7f, 0x0e), QColor(0x2c, 0xa0, 0x2c),
                           QColor(0x94, 0x67, 0xbd), QColor(0x8c, 0x56, 0x4b), QColor(0x17, 0xbe, 0xcf),
@@ -174,6 +174,7 @@ private:
         if (last)
             p.drawText(QRectF(plot.left(), plot.bottom() + 28, plot.width(), 20), Qt::AlignHCenter | Qt::AlignTop, QStringLiteral("time"));
         p.setPen(QPen(QColor(0x99, 0x99, 0x99), 1));
+        p.setBrush(Qt::NoBrush);
         p.drawRect(plot);
 
         // The unit beside the value axis.
@@ -228,6 +229,7 @@ private:
             for (int row = 0; row < values.size(); ++row)
                 if (!std::isnan(values[row]))
                     p.drawEllipse(QPointF(xOf(plot, log.times[row]), yOf(plot, panel, values[row])), 2.8, 2.8);
+            p.setBrush(Qt::NoBrush);
         }
         p.setClipping(false);
     }

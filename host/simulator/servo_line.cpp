@@ -3,6 +3,7 @@
 #include "port/termios_settings.h"
 #include "simulator/pseudo_terminal.h"
 #include "simulator/request_framing.h"
+#include "simulator/servo_parameters.h"
 #include "simulator/simulated_station.h"
 
 #include <algorithm>
@@ -56,8 +57,10 @@ uint16_t rampAt(long long step)
 ServoLine::ServoLine(std::vector<int> stationIds)
 {
     for (int id : stationIds) {
-        if (id >= 1 && id <= 247 && stations.count(id) == 0)
+        if (id >= 1 && id <= 247 && stations.count(id) == 0) {
             stations[id] = std::make_unique<SimulatedStation>(id);
+            loadServoParameters(*stations[id]);
+        }
     }
 }
 
@@ -181,9 +184,11 @@ void ServoLine::advanceMotion()
         nextTickNs += MotionTickMs * 1000000LL;
         for (auto& entry : stations) {
             SimulatedStation& station = *entry.second;
+            const uint16_t previousSpeed = station.holdingRegister(MotionRampAddress);
             station.setHoldingRegister(MotionRampAddress, rampAt(motionStep));
             station.setHoldingRegister(MotionCounterAddress,
                                        static_cast<uint16_t>(station.holdingRegister(MotionCounterAddress) + 1));
+            moveServoStatus(station, previousSpeed, rampAt(motionStep));
         }
     }
 }
