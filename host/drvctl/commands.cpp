@@ -89,13 +89,11 @@ int Session::info(const Invocation&)
 int Session::read(const Invocation& request)
 {
     const QString address = request.arguments.constFirst();
-    if (!map.parameters.empty()) {
-        int status = ExitSuccess;
-        if (const Parameter* parameter = parameterOrAddress(address, &status))
-            return readNamed(request, *parameter);
-        if (status != ExitSuccess)
-            return status;
-    }
+    int status = ExitSuccess;
+    if (const Parameter* parameter = parameterOrAddress(address, &status))
+        return readNamed(request, *parameter);
+    if (status != ExitSuccess)
+        return status;
     const int dataType = dataTypeOf(address, request.dataType);
     QByteArray data;
     if (!readValues(request, address, dataType, &data))
@@ -118,13 +116,11 @@ int Session::read(const Invocation& request)
 int Session::write(const Invocation& request)
 {
     const QString address = request.arguments.constFirst();
-    if (!map.parameters.empty()) {
-        int status = ExitSuccess;
-        if (const Parameter* parameter = parameterOrAddress(address, &status))
-            return writeNamed(request, *parameter);
-        if (status != ExitSuccess)
-            return status;
-    }
+    int status = ExitSuccess;
+    if (const Parameter* parameter = parameterOrAddress(address, &status))
+        return writeNamed(request, *parameter);
+    if (status != ExitSuccess)
+        return status;
     const QStringList texts = request.arguments.mid(1);
     const int dataType = dataTypeOf(address, request.dataType);
     QByteArray data;

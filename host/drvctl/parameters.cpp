@@ -11,12 +11,19 @@
 
 namespace {
 
-QJsonArray rawJson(const RawValues& raw)
+// One parameter's result in JSON: its name, value and unit, and the raw registers.
+QJsonObject parameterJson(const Parameter& p, int station, double value, const RawValues& raw)
 {
     QJsonArray array;
     for (quint16 r : raw)
         array.append(r);
-    return array;
+    return QJsonObject{{QStringLiteral("ok"), true},
+                       {QStringLiteral("name"), p.name},
+                       {QStringLiteral("address"), p.addressText},
+                       {QStringLiteral("station"), station},
+                       {QStringLiteral("value"), value},
+                       {QStringLiteral("unit"), p.unit},
+                       {QStringLiteral("raw"), array}};
 }
 
 } // namespace
@@ -37,13 +44,13 @@ int Session::loadMap(const QString& path)
 const Parameter* Session::parameterOrAddress(const QString& argument, int* status)
 {
     *status = ExitSuccess;
+    if (map.parameters.empty()) // no --map: the command line's check has passed the address
+        return nullptr;
     if (const Parameter* p = map.find(argument))
         return p;
     QString error;
     if (!checkAddress(argument, &error))
-        *status = out.usage(map.parameters.empty() ? error
-                                                   : QStringLiteral("%1 is no parameter of %2, nor an address: %3").arg(argument, map.name, error),
-                            setup.command);
+        *status = out.usage(QStringLiteral("%1 is no parameter of %2, nor an address: %3").arg(argument, map.name, error), setup.command);
     return nullptr;
 }
 
@@ -62,13 +69,7 @@ int Session::readNamed(const Invocation&, const Parameter& p)
     decodeParameter(p, raw, &value);
     const QString text = formatParameterValue(p, value);
     if (out.json())
-        out.object(QJsonObject{{QStringLiteral("ok"), true},
-                               {QStringLiteral("name"), p.name},
-                               {QStringLiteral("address"), p.addressText},
-                               {QStringLiteral("station"), port->getStationId()},
-                               {QStringLiteral("value"), value},
-                               {QStringLiteral("unit"), p.unit},
-                               {QStringLiteral("raw"), rawJson(raw)}});
+        out.object(parameterJson(p, port->getStationId(), value, raw));
     else
         out.line(QStringLiteral("%1 = %2").arg(p.name, withUnit(text, p.unit)));
     return ExitSuccess;
@@ -90,13 +91,7 @@ int Session::writeNamed(const Invocation& request, const Parameter& p)
     decodeParameter(p, p.type == ValueType::Bool && p.address.isRegisterBit() ? RawValues{static_cast<quint16>(written[0] << p.address.bit)} : written, &value);
     const QString text = withUnit(formatParameterValue(p, value), p.unit);
     if (out.json())
-        out.object(QJsonObject{{QStringLiteral("ok"), true},
-                               {QStringLiteral("name"), p.name},
-                               {QStringLiteral("address"), p.addressText},
-                               {QStringLiteral("station"), port->getStationId()},
-                               {QStringLiteral("value"), value},
-                               {QStringLiteral("unit"), p.unit},
-                               {QStringLiteral("raw"), rawJson(written)}});
+        out.object(parameterJson(p, port->getStationId(), value, written));
     else
         out.line(QStringLiteral("%1 = %2 written").arg(p.name, text));
     return ExitSuccess;

@@ -44,7 +44,7 @@ int Session::poll(const Invocation& request)
         int status = ExitSuccess;
         PollColumn column;
         column.label = address;
-        column.parameter = map.parameters.empty() ? nullptr : parameterOrAddress(address, &status);
+        column.parameter = parameterOrAddress(address, &status);
         if (status != ExitSuccess)
             return status;
         units << (column.parameter ? column.parameter->unit : QString());

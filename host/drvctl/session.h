@@ -66,8 +66,8 @@ private:
 
     // --map (parameters.cpp): loaded before the command runs; a bad map is exit 2.
     int loadMap(const QString& path);
-    // The parameter an argument names, or nullptr for an address (checked here:
-    // false with the usage error's exit status in *status).
+    // The parameter an argument names, or nullptr for an address (with a map
+    // checked here; a bad one leaves the usage error's exit status in *status).
     const Parameter* parameterOrAddress(const QString& argument, int* status);
     int readNamed(const Invocation& request, const Parameter& parameter);
     int writeNamed(const Invocation& request, const Parameter& parameter);
