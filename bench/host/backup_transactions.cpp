@@ -3,6 +3,7 @@
 // map allows (a read per run of named registers, split at the Modbus limits).
 // Goal: exactly the fewest.
 #include "parameters/register_map.h"
+#include "rtu/rtu_frame.h"
 #include "rtu/rtu_limits.h"
 #include "simulator/servo_line.h"
 
@@ -19,14 +20,13 @@ namespace {
 // ceil(length / limit) reads; unnamed registers end a run.
 int fewestReads(const RegisterMap& map)
 {
-    std::map<RegisterTable, std::set<int>> named;
+    std::map<Area, std::set<int>> named;
     for (const Parameter& p : map.parameters)
         for (int k = 0; k < p.width(); ++k)
-            named[p.address.table].insert(p.address.number + k);
+            named[tableOf(p.address.area)].insert(p.address.number + k);
     int reads = 0;
     for (const auto& table : named) {
-        const int limit = table.first == RegisterTable::Coils || table.first == RegisterTable::DiscreteInputs ? Rtu::MaxBitsPerRead
-                                                                                                             : Rtu::MaxRegistersPerRead;
+        const int limit = isBitArea(table.first) ? Rtu::MaxBitsPerRead : Rtu::MaxRegistersPerRead;
         int run = 0, previous = -2;
         for (int number : table.second) {
             if (number != previous + 1 && run > 0) {
@@ -41,11 +41,10 @@ int fewestReads(const RegisterMap& map)
     return reads;
 }
 
-// Bytes of the reply to a read request: station, function, count, data, CRC.
+// Bytes of the reply to a read request.
 int replyBytes(const std::vector<uint8_t>& request)
 {
-    const int count = request[4] << 8 | request[5];
-    return request[1] <= 2 ? 5 + (count + 7) / 8 : 5 + 2 * count;
+    return Rtu::normalReplyLength(request[1], request[4] << 8 | request[5]);
 }
 
 } // namespace

@@ -23,6 +23,14 @@ enum OptionGroup : unsigned {
     RestoreOptions = 1u << 12,      // --force --dry-run
     DiffOptions = 1u << 13,         // --all
     PollLogOptions = 1u << 14,      // --csv --plot
+    EveryCommand = ~0u,             // --json
+};
+
+// What a command's arguments address, and how they are checked before it runs.
+enum class Addresses {
+    None,
+    Read,  // every argument is an address (or with --map a name) to read
+    Write, // the first is the address (or name) to write, the values follow
 };
 
 // What a command needs before its handler runs.
@@ -40,7 +48,7 @@ struct CommandDefinition {
     unsigned options;        // OptionGroup bits
     int minArguments;
     int maxArguments;     // -1: no limit
-    int addressArguments; // leading arguments checked as addresses (-1: all)
+    Addresses addresses;
     Needs needs;
     bool stopsOnCtrlC; // Ctrl-C ends it with what it has (a summary)
     bool inShell;

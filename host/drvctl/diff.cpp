@@ -21,14 +21,9 @@ int Session::diff(const Invocation& request)
             return out.usage(error, request.command);
         rightLabel = QFileInfo(request.arguments[1]).fileName();
     } else {
-        if (map.parameters.empty()) {
-            if (left.mapPath.isEmpty() || !QFileInfo::exists(left.mapPath))
-                return out.usage(QStringLiteral("diff with a station needs the set's map (%1): --map FILE").arg(left.mapName), request.command);
-            const int status = loadMap(left.mapPath);
-            if (status != ExitSuccess)
-                return status;
-        }
-        const int status = setUpLine();
+        int status = loadMapOf(left, QStringLiteral("diff with a station"), request);
+        if (status == ExitSuccess)
+            status = setUpLine();
         if (status != ExitSuccess)
             return status;
         if (!backupParameters(*parameterLine(), map, port->getStationId(), &right, &error))

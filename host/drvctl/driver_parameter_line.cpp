@@ -1,23 +1,26 @@
 #include "drvctl/driver_parameter_line.h"
+#include "addresses/transfer_plan.h"
+#include "drvctl/driver_transfers.h"
 #include "drvctl/value_codec.h"
-#include "interface/driver_interface.h"
 
 #include <QStringList>
 
+// Planned as a command line's read or write: the map's addresses passed the same
+// checks when it was loaded, and a backup's blocks fit one driver command each.
 bool DriverParameterLine::read(int dataType, const QString& address, int count, RawValues* values, QString* error)
 {
-    const QByteArray data = driver->read(port, CommunicatorCommand(dataType, count, address));
-    if (driver->hasError()) {
-        *error = driver->getLastError();
+    TransferPlan plan;
+    QList<qint64> read;
+    if (!planTransfer(address, dataType, count, Direction::Read, &plan, error)
+        || !readPlanned(driver, port, plan, &read, error))
+        return false;
+    if (read.size() < count) {
+        *error = QStringLiteral("the driver returned %1 of %2 value(s) from %3").arg(read.size()).arg(count).arg(address);
         return false;
     }
     values->clear();
-    for (qint64 v : decodeValues(dataType, data, count))
+    for (qint64 v : read)
         *values << static_cast<quint16>(v);
-    if (values->size() < count) {
-        *error = QStringLiteral("the driver returned %1 of %2 value(s) from %3").arg(values->size()).arg(count).arg(address);
-        return false;
-    }
     return true;
 }
 
@@ -26,14 +29,10 @@ bool DriverParameterLine::write(int dataType, const QString& address, const RawV
     QStringList texts;
     for (quint16 v : values)
         texts << QString::number(v);
+    TransferPlan plan;
     QByteArray data;
-    if (!encodeValues(dataType, texts, &data, error))
-        return false;
-    if (!driver->write(port, CommunicatorCommand(dataType, values.size(), address), data) || driver->hasError()) {
-        *error = driver->getLastError();
-        return false;
-    }
-    return true;
+    return planTransfer(address, dataType, values.size(), Direction::Write, &plan, error)
+           && encodeValues(dataType, texts, &data, error) && writePlanned(driver, port, plan, data, error);
 }
 
 bool DriverParameterLine::readRegisters(const QString& address, int count, RawValues* values, QString* error)

@@ -6,6 +6,7 @@
 #include "drvctl/value_codec.h"
 #include "parameters/parameter_transfer.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <cstdio>
 
@@ -39,6 +40,15 @@ int Session::loadMap(const QString& path)
     for (const QString& fault : faults)
         std::fprintf(stderr, "%s\n", fault.toLocal8Bit().constData());
     return out.failure(QStringLiteral("the map %1 has %2 fault(s); nothing was done").arg(path).arg(faults.size()), ExitUsage);
+}
+
+int Session::loadMapOf(const ParameterSet& set, const QString& what, const Invocation& request)
+{
+    if (!map.parameters.empty())
+        return ExitSuccess;
+    if (set.mapPath.isEmpty() || !QFileInfo::exists(set.mapPath))
+        return out.usage(QStringLiteral("%1 needs the set's map (%2): --map FILE").arg(what, set.mapName), request.command);
+    return loadMap(set.mapPath);
 }
 
 const Parameter* Session::parameterOrAddress(const QString& argument, int* status)
@@ -88,7 +98,7 @@ int Session::writeNamed(const Invocation& request, const Parameter& p)
     if (!writeParameter(*parameterLine(), p, written, &error))
         return out.failure(error, ExitDriverFailure);
     double value = 0;
-    decodeParameter(p, p.type == ValueType::Bool && p.address.isRegisterBit() ? RawValues{static_cast<quint16>(written[0] << p.address.bit)} : written, &value);
+    decodeParameter(p, p.type == ValueType::Bool && p.isRegisterBit() ? RawValues{static_cast<quint16>(written[0] << p.address.bit)} : written, &value);
     const QString text = withUnit(formatParameterValue(p, value), p.unit);
     if (out.json())
         out.object(parameterJson(p, port->getStationId(), value, written));

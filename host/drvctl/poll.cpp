@@ -1,4 +1,5 @@
 // drvctl poll: the same reads round after round, like ping, with a summary at the end.
+#include "addresses/transfer_plan.h"
 #include "drvctl/exit_codes.h"
 #include "drvctl/round_trip_stats.h"
 #include "drvctl/session.h"
@@ -94,16 +95,16 @@ int Session::poll(const Invocation& request)
                                               {QStringLiteral("raw"), rawJson}};
                 }
             } else {
-                const int dataType = dataTypeOf(column.label, request.dataType);
-                QByteArray data;
-                ok = readValues(request, column.label, dataType, &data);
+                TransferPlan plan;
+                QList<qint64> decoded;
+                const Transfer outcome = readValues(request, column.label, &plan, &decoded, &error);
+                if (outcome == Transfer::Refused)
+                    return out.usage(error, request.command);
+                ok = outcome == Transfer::Done;
                 if (ok) {
-                    const QList<qint64> decoded = decodeValues(dataType, data, request.count);
-                    column.text = valuesText(dataType, decoded, request.hex);
+                    column.text = valuesText(plan.dataType, decoded, request.hex);
                     column.number = decoded.isEmpty() ? NAN : static_cast<double>(decoded.first());
                     column.json = valuesJson(decoded);
-                } else {
-                    error = driver->getLastError();
                 }
             }
             if (ok) {

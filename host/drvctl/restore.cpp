@@ -4,7 +4,6 @@
 #include "parameters/parameter_transfer.h"
 #include "parameters/set_diff.h"
 
-#include <QFileInfo>
 #include <QJsonArray>
 
 int Session::restore(const Invocation& request)
@@ -13,14 +12,9 @@ int Session::restore(const Invocation& request)
     QString error;
     if (!loadParameterSet(request.arguments.constFirst(), &set, &error))
         return out.usage(error, request.command);
-    // Without --map, the map the set was made with, where it was then.
-    if (map.parameters.empty()) {
-        if (set.mapPath.isEmpty() || !QFileInfo::exists(set.mapPath))
-            return out.usage(QStringLiteral("restore needs the set's map (%1): --map FILE").arg(set.mapName), request.command);
-        const int status = loadMap(set.mapPath);
-        if (status != ExitSuccess)
-            return status;
-    }
+    const int status = loadMapOf(set, QStringLiteral("restore"), request);
+    if (status != ExitSuccess)
+        return status;
     std::vector<RestoreStep> steps;
     QStringList notes;
     if (!planRestore(map, set, request.force, &steps, &notes, &error))

@@ -1,61 +1,51 @@
 #include "parameters/backup_plan.h"
-#include "rtu/rtu_limits.h"
+#include "addresses/transfer_plan.h"
+#include "interface/communicator_command.h"
 
-#include <algorithm>
 #include <map>
 #include <set>
 
 namespace {
 
-int readLimit(RegisterTable table)
+// A run of registers (or bits) that follow each other, as the reads that carry it.
+bool appendRun(Area table, int start, int count, std::vector<BlockRead>* plan, QString* error)
 {
-    return table == RegisterTable::Coils || table == RegisterTable::DiscreteInputs ? Rtu::MaxBitsPerRead
-                                                                                     : Rtu::MaxRegistersPerRead;
-}
-
-// What a block read's address text starts with: the plain area of its table.
-const char* plainLetters(RegisterTable table)
-{
-    switch (table) {
-    case RegisterTable::Holding: return "HR";
-    case RegisterTable::Input: return "IR";
-    case RegisterTable::Coils: return "DO";
-    case RegisterTable::DiscreteInputs: return "DI";
-    }
-    return "";
+    TransferPlan transfer;
+    const QString address = areaName(table) + QString::number(start);
+    if (!planTransfer(address, isBitArea(table) ? Bit : Word, count, Direction::Read, &transfer, error))
+        return false;
+    for (const TransferPiece& piece : transfer.pieces)
+        plan->push_back(BlockRead{table, start + piece.first, piece.count});
+    return true;
 }
 
 } // namespace
 
-QString BlockRead::addressText() const
+bool planBackup(const std::vector<const Parameter*>& parameters, std::vector<BlockRead>* plan, QString* error)
 {
-    return QLatin1String(plainLetters(table)) + QString::number(start);
-}
-
-std::vector<BlockRead> planBackup(const std::vector<const Parameter*>& parameters)
-{
-    std::map<RegisterTable, std::set<int>> named;
+    std::map<Area, std::set<int>> named;
     for (const Parameter* p : parameters)
         for (int k = 0; k < p->width(); ++k)
-            named[p->address.table].insert(p->address.number + k);
+            named[tableOf(p->address.area)].insert(p->address.number + k);
 
-    std::vector<BlockRead> plan;
+    std::vector<BlockRead> result;
     for (const auto& table : named) {
-        const int limit = readLimit(table.first);
-        BlockRead block;
+        int start = 0, count = 0;
         for (int number : table.second) {
-            if (block.count > 0 && number == block.start + block.count && block.count < limit) {
-                ++block.count;
+            if (count > 0 && number == start + count) {
+                ++count;
                 continue;
             }
-            if (block.count > 0)
-                plan.push_back(block);
-            block = BlockRead{table.first, number, 1};
+            if (count > 0 && !appendRun(table.first, start, count, &result, error))
+                return false;
+            start = number;
+            count = 1;
         }
-        if (block.count > 0)
-            plan.push_back(block);
+        if (count > 0 && !appendRun(table.first, start, count, &result, error))
+            return false;
     }
-    return plan;
+    *plan = result;
+    return true;
 }
 
 void RegisterImage::store(const BlockRead& block, const RawValues& read)
@@ -68,7 +58,7 @@ bool RegisterImage::rawOf(const Parameter& p, RawValues* raw) const
 {
     RawValues result;
     for (int k = 0; k < p.width(); ++k) {
-        const auto it = values.constFind(key(p.address.table, p.address.number + k));
+        const auto it = values.constFind(key(tableOf(p.address.area), p.address.number + k));
         if (it == values.constEnd())
             return false;
         result << it.value();

@@ -1,4 +1,5 @@
 #include "parameters/parameter_codec.h"
+#include "interface/communicator_command.h"
 
 #include <QLocale>
 #include <cmath>
@@ -102,6 +103,19 @@ QString valueTypeNames()
     return QStringLiteral("int16, uint16, int32, uint32, float32 or bool");
 }
 
+int commandDataType(ValueType type)
+{
+    switch (type) {
+    case ValueType::Bool: return Bit;
+    case ValueType::Int32:
+    case ValueType::UInt32:
+    case ValueType::Float32: return DoubleWord;
+    case ValueType::Int16:
+    case ValueType::UInt16: return Word;
+    }
+    return Word;
+}
+
 bool decodeParameter(const Parameter& p, const RawValues& raw, double* value)
 {
     if (raw.size() < p.width())
@@ -112,7 +126,7 @@ bool decodeParameter(const Parameter& p, const RawValues& raw, double* value)
     case ValueType::Int32: *value = static_cast<qint32>(doubleWord(p, raw)) * p.scale; break;
     case ValueType::UInt32: *value = doubleWord(p, raw) * p.scale; break;
     case ValueType::Float32: *value = double(floatOf(doubleWord(p, raw))) * p.scale; break;
-    case ValueType::Bool: *value = p.address.isRegisterBit() ? (raw[0] >> p.address.bit) & 1 : raw[0] != 0; break;
+    case ValueType::Bool: *value = p.isRegisterBit() ? (raw[0] >> p.address.bit) & 1 : raw[0] != 0; break;
     }
     return true;
 }
@@ -183,7 +197,7 @@ bool encodeParameter(const Parameter& p, const QString& text, RawValues* written
 
 RawValues writtenValues(const Parameter& p, const RawValues& raw)
 {
-    if (p.type == ValueType::Bool && p.address.isRegisterBit() && !raw.isEmpty())
+    if (p.type == ValueType::Bool && p.isRegisterBit() && !raw.isEmpty())
         return RawValues{static_cast<quint16>((raw[0] >> p.address.bit) & 1)};
     return raw;
 }

@@ -52,8 +52,8 @@ Parameter SetEntry::parameter() const
     Parameter p;
     p.name = name;
     p.addressText = address;
-    QString ignored;
-    parseParameterAddress(address, &p.address, &ignored);
+    QString ignored; // a set's addresses were a map's, checked when it was loaded
+    parseAddress(address, &p.address, &ignored);
     p.type = type;
     p.scale = scale;
     p.decimals = scaleDecimals(QString::number(scale, 'g', 10), scale);

@@ -2,9 +2,9 @@
 
 bool readParameter(ParameterLine& line, const Parameter& p, RawValues* raw, QString* error)
 {
-    if (p.address.isBitTable())
-        return line.readBits(p.address.plainText(), 1, raw, error);
-    return line.readRegisters(p.address.plainText(), p.width(), raw, error);
+    if (isBitArea(p.address.area))
+        return line.readBits(p.plainText(), 1, raw, error);
+    return line.readRegisters(p.plainText(), p.width(), raw, error);
 }
 
 bool writeParameter(ParameterLine& line, const Parameter& p, const RawValues& written, QString* error)
@@ -15,17 +15,18 @@ bool writeParameter(ParameterLine& line, const Parameter& p, const RawValues& wr
     }
     if (p.type == ValueType::Bool) {
         // A register bit goes by its own address text, so that the driver changes that bit only.
-        const QString address = p.address.isRegisterBit() ? p.address.plainText() + QLatin1Char('.') + QString::number(p.address.bit)
-                                                          : p.address.plainText();
+        const QString address = p.isRegisterBit() ? addressText(p.address, 0, p.address.bit) : p.plainText();
         return line.writeBit(address, !written.isEmpty() && written[0] != 0, error);
     }
-    return line.writeRegisters(p.address.plainText(), written, error);
+    return line.writeRegisters(p.plainText(), written, error);
 }
 
 bool readParameterSet(ParameterLine& line, const std::vector<const Parameter*>& parameters, QVector<SetEntry>* entries,
                       QString* error, const Progress& progress, int* reads)
 {
-    const std::vector<BlockRead> plan = planBackup(parameters);
+    std::vector<BlockRead> plan;
+    if (!planBackup(parameters, &plan, error))
+        return false;
     RegisterImage image;
     int done = 0;
     for (const BlockRead& block : plan) {
@@ -78,7 +79,7 @@ namespace {
 // register bit sits in its register (the other bits are not compared).
 RawValues expectedRaw(const Parameter& p, const RawValues& written)
 {
-    if (p.type == ValueType::Bool && p.address.isRegisterBit())
+    if (p.type == ValueType::Bool && p.isRegisterBit())
         return RawValues{static_cast<quint16>((written.value(0) & 1) << p.address.bit)};
     return written;
 }
@@ -126,7 +127,7 @@ QString restoreStepText(const RestoreStep& step)
         raw << QString::number(r);
     return QStringLiteral("%1 = %2 (%3, fn %4, raw %5)")
         .arg(p.name, step.expected.valueText(), p.addressText)
-        .arg(p.address.writeFunction(p.width()))
+        .arg(writeFunctionOf(p.address.area))
         .arg(raw.join(QLatin1Char(' ')));
 }
 

@@ -1,4 +1,5 @@
 #include "parameters/register_map.h"
+#include "addresses/transfer_plan.h"
 #include "parameters/csv_fields.h"
 #include "parameters/parameter_codec.h"
 
@@ -89,33 +90,37 @@ public:
 private:
     static quint32 key(const Parameter& p, int k)
     {
-        return (static_cast<quint32>(p.address.table) << 17) + static_cast<quint32>(p.address.number + k);
+        return (static_cast<quint32>(tableOf(p.address.area)) << 17) + static_cast<quint32>(p.address.number + k);
     }
     QMultiHash<quint32, Occupant> taken;
 };
 
-// The address and the type together: what each type may live on.
-bool checkPlacement(const Parameter& p, const CsvField& address, const CsvField& type, int line, const Faults& faults)
+// The address and the type together, checked as a command line that reads (and for
+// rw writes) the whole parameter would be, with the same texts; then what a map
+// adds: a bool names its bit, and the driver's own registers are no parameter.
+bool checkPlacement(const Parameter& p, const CsvField& address, const CsvField& access, int line, const Faults& faults)
 {
-    const ParameterAddress& a = p.address;
-    QString text;
-    int column = address.column;
-    if (p.type == ValueType::Bool && !a.isBitTable() && a.bit < 0)
-        text = QStringLiteral("bool needs a coil, an input or a register bit (e.g. HR100.3): %1").arg(address.text);
-    else if (p.type != ValueType::Bool && a.isBitTable())
-        text = QStringLiteral("%1 needs registers, %2 are %3").arg(valueTypeName(p.type), address.text, tableName(a.table));
-    else if (p.type != ValueType::Bool && a.bit >= 0)
-        text = QStringLiteral("%1 on a register bit: %2 (only bool goes on a bit)").arg(valueTypeName(p.type), address.text);
-    else if (a.highWordFirst && p.width() != 2)
-        text = QStringLiteral("SW on a %1: %2 (SW orders the two registers of a 32-bit type)").arg(valueTypeName(p.type), address.text);
-    else if (a.number + p.width() - 1 > 65536)
-        text = QStringLiteral("address outside the areas: %1 holds %2 registers and ends after 65536").arg(address.text).arg(p.width());
-    else if (isDriverStationList(a.table, a.number) || isDriverStationList(a.table, a.number + p.width() - 1))
-        text = QStringLiteral("address outside the areas: %1 (HR60000..HR60010 are the driver's station list, not the servo's)").arg(address.text);
-    if (text.isEmpty())
+    const int dataType = commandDataType(p.type);
+    TransferPlan plan;
+    QString error;
+    if (!planTransfer(p.addressText, dataType, 1, Direction::Read, &plan, &error)) {
+        faults.add(line, address.column, error);
+        return false;
+    }
+    if (p.writable && !planTransfer(p.addressText, dataType, 1, Direction::Write, &plan, &error)) {
+        faults.add(line, access.column, error);
+        return false;
+    }
+    const Address& a = p.address;
+    error.clear();
+    if (p.type == ValueType::Bool && !isBitArea(a.area) && a.bit < 0)
+        error = QStringLiteral("bool needs a coil, an input or a register bit (e.g. HR100.3): %1").arg(p.addressText);
+    else if (isDriverRegister(a)) // ranges that run into them the plan has refused
+        error = QStringLiteral("%1: %2%3..%2%4 are the driver's own registers, not the servo's")
+                    .arg(p.addressText, areaName(a.area)).arg(FirstDriverRegister).arg(FirstDriverRegister + MonitoredEntry);
+    if (error.isEmpty())
         return true;
-    Q_UNUSED(type);
-    faults.add(line, column, text);
+    faults.add(line, address.column, error);
     return false;
 }
 
@@ -129,11 +134,11 @@ bool readRow(const QVector<CsvField>& fields, const int* index, int line, const 
     const CsvField name = field(NameColumn);
     p->name = name.text.trimmed();
     QString unused;
-    ParameterAddress looksLike;
+    Address looksLike;
     if (p->name.isEmpty() || !isNameText(p->name)) {
         faults.add(line, name.column, QStringLiteral("bad name: '%1' (letters, digits, _ and .)").arg(name.text));
         ok = false;
-    } else if (parseParameterAddress(p->name, &looksLike, &unused)) {
+    } else if (parseAddress(p->name, &looksLike, &unused)) {
         faults.add(line, name.column, QStringLiteral("bad name: %1 reads as an address").arg(p->name));
         ok = false;
     }
@@ -141,7 +146,7 @@ bool readRow(const QVector<CsvField>& fields, const int* index, int line, const 
     const CsvField address = field(AddressColumn);
     p->addressText = address.text.trimmed();
     QString error;
-    const bool addressOk = parseParameterAddress(p->addressText, &p->address, &error);
+    const bool addressOk = parseAddress(p->addressText, &p->address, &error);
     if (!addressOk) {
         faults.add(line, address.column, error);
         ok = false;
@@ -153,9 +158,6 @@ bool readRow(const QVector<CsvField>& fields, const int* index, int line, const 
         faults.add(line, type.column, QStringLiteral("unknown type: '%1' (%2)").arg(type.text, valueTypeNames()));
         ok = false;
     }
-    if (addressOk && typeOk && !checkPlacement(*p, address, type, line, faults))
-        ok = false;
-
     const CsvField scale = field(ScaleColumn);
     const QString scaleText = scale.text.trimmed();
     if (!scaleText.isEmpty()) {
@@ -177,15 +179,13 @@ bool readRow(const QVector<CsvField>& fields, const int* index, int line, const 
     const QString accessText = access.text.trimmed().toLower();
     if (accessText == QLatin1String("rw")) {
         p->writable = true;
-        if (addressOk && !p->address.writable()) {
-            faults.add(line, access.column, QStringLiteral("%1 cannot be written (%2 are read-only): access r").arg(p->addressText, tableName(p->address.table)));
-            ok = false;
-        }
     } else if (!accessText.isEmpty() && accessText != QLatin1String("r")) {
         faults.add(line, access.column, QStringLiteral("bad access: '%1' (r or rw)").arg(access.text));
         ok = false;
     }
     p->description = field(DescriptionColumn).text.trimmed();
+    if (addressOk && typeOk && !checkPlacement(*p, address, access, line, faults))
+        ok = false;
     return ok;
 }
 

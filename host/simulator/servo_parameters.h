@@ -10,7 +10,7 @@ class SimulatedStation;
 // position blocks with undefined registers between them, and read-only status
 // values (input registers, inputs).
 void loadServoParameters(SimulatedStation& station);
-// One motion tick: the status values follow the speed ramp from `previousSpeed`
+// One ServoMotion tick: the status values follow its ramp from `previousSpeed`
 // to `speed` (torque, position, DC bus, heat sink, in-position and brake bits).
 void moveServoStatus(SimulatedStation& station, uint16_t previousSpeed, uint16_t speed);
 

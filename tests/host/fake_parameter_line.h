@@ -5,8 +5,8 @@
 #include <QStringList>
 #include <ostream>
 
+#include "addresses/address.h"
 #include "parameters/parameter_line.h"
-#include "parameters/parameter_address.h"
 
 // A servo behind a ParameterLine: register banks by address text number, every
 // command it gets written down as "read HR513 x8", "write HR769 = 300",
@@ -35,8 +35,8 @@ public:
         for (quint16 v : values)
             texts << QString::number(v);
         requests << QStringLiteral("write %1 = %2").arg(address, texts.join(QLatin1Char(' ')));
-        ParameterAddress a;
-        if (!parseParameterAddress(address, &a, error))
+        Address a;
+        if (!parseAddress(address, &a, error))
             return false;
         for (int k = 0; k < values.size(); ++k) {
             if (refuse(key(a, k), error))
@@ -48,8 +48,8 @@ public:
     bool writeBit(const QString& address, bool on, QString* error) override
     {
         requests << QStringLiteral("bit %1 = %2").arg(address).arg(on ? 1 : 0);
-        ParameterAddress a;
-        if (!parseParameterAddress(address, &a, error) || refuse(key(a, 0), error))
+        Address a;
+        if (!parseAddress(address, &a, error) || refuse(key(a, 0), error))
             return false;
         quint16& cell = cells[key(a, 0)];
         if (a.bit < 0)
@@ -61,10 +61,9 @@ public:
 
 private:
     // Both letters of a table under one name, as the servo has one bank per table.
-    static QString key(const ParameterAddress& a, int offset)
+    static QString key(const Address& a, int offset)
     {
-        const char* letters[] = {"HR", "IR", "DO", "DI"};
-        return QLatin1String(letters[static_cast<int>(a.table)]) + QString::number(a.number + offset);
+        return areaName(tableOf(a.area)) + QString::number(a.number + offset);
     }
     bool refuse(const QString& cell, QString* error) const
     {
@@ -75,8 +74,8 @@ private:
     }
     bool take(const QString& address, int count, RawValues* values, QString* error)
     {
-        ParameterAddress a;
-        if (!parseParameterAddress(address, &a, error))
+        Address a;
+        if (!parseAddress(address, &a, error))
             return false;
         values->clear();
         for (int k = 0; k < count; ++k) {

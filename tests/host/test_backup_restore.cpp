@@ -65,10 +65,11 @@ TEST(BackupPlan, SplitsRunsAtTheModbusQuantityLimits)
     for (int k = 1; k <= 2001; ++k)
         rows += QStringLiteral("c%1,DO%1,bool,,,rw\n").arg(k).toLatin1();
     const RegisterMap map = mapOf(rows);
-    const std::vector<BlockRead> plan = planBackup(all(map));
-    const std::vector<BlockRead> expected{{RegisterTable::Holding, 1, 125}, {RegisterTable::Holding, 126, 125},
-                                          {RegisterTable::Holding, 251, 1}, {RegisterTable::Coils, 1, 2000},
-                                          {RegisterTable::Coils, 2001, 1}};
+    std::vector<BlockRead> plan;
+    QString error;
+    ASSERT_TRUE(planBackup(all(map), &plan, &error)) << error.toStdString();
+    const std::vector<BlockRead> expected{{Area::HR, 1, 125}, {Area::HR, 126, 125}, {Area::HR, 251, 1},
+                                          {Area::DO, 1, 2000}, {Area::DO, 2001, 1}};
     EXPECT_TRUE(plan == expected);
 }
 

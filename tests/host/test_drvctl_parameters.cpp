@@ -76,6 +76,13 @@ TEST_F(DrvctlParameters, RefusesOutOfRangeAndReadOnlyWritesBeforeTheLine)
         {{"write", "sn.speed_limit", "70000"}, "drvctl: sn.speed_limit = 70000 rpm is outside what its uint16 holds: 0 to 65535 rpm\n"},
         {{"write", "st.motor_speed", "5"}, "drvctl: st.motor_speed is read-only (access r in teco_servo.csv)\n"},
         {{"write", "tn.torque_filter", "0.555"}, "drvctl: tn.torque_filter = 0.555 ms is no multiple of its scale 0.01\n"},
+        // Addresses beside the map's names are refused as without a map.
+        {{"write", "IR5", "1"}, "drvctl: IR5 is read-only (IR and DI cannot be written)\n"},
+        {{"read", "HR59999", "--type", "dword"},
+         "drvctl: HR59999 with 1 dword(s) runs into HR60000: HR60000..HR60010 are the driver's own registers, not the "
+         "servo's; read up to HR59999 and from HR60000 in two commands\n"},
+        {{"write", "HR60001", "0"},
+         "drvctl: HR60001 holds a station of the driver's list: 1 to 247, not 0 (0 is broadcast, which no servo answers)\n"},
         {{"read", "sn.speed"},
          "drvctl: sn.speed is no parameter of teco_servo.csv, nor an address: bad address: sn.speed (area letters and a "
          "number, e.g. HR100, DO5, HR100.3, HR200SW)\n"},
@@ -98,7 +105,8 @@ TEST_F(DrvctlParameters, RefusesABadMapWithEveryFault)
     EXPECT_EQ(o.exitCode, 2);
     EXPECT_EQ(QString::fromStdString(o.err),
               bad.fileName() + ":2:11: unknown type: 'int64' (int16, uint16, int32, uint32, float32 or bool)\n" + bad.fileName()
-                  + ":3:7: a bit on a coil or input: DO5.1 (coils are single bits already)\n" + bad.fileName()
+                  + ":3:7: bad address: DO5.1 (DO, DI and FN5DO are bits already; a .bit is for the registers of HR, IR "
+                    "and FN6HR)\n" + bad.fileName()
                   + ":3:1: duplicate name: speed (first on line 2)\ndrvctl: the map " + bad.fileName()
                   + " has 3 fault(s); nothing was done\n");
     EXPECT_EQ(line.requestCount(1), 0);

@@ -14,7 +14,7 @@ Parameter parameter(const char* address, ValueType type, double scale = 1, int d
     p.name = QStringLiteral("p");
     p.addressText = QLatin1String(address);
     QString error;
-    EXPECT_TRUE(parseParameterAddress(p.addressText, &p.address, &error)) << error.toStdString();
+    EXPECT_TRUE(parseAddress(p.addressText, &p.address, &error)) << error.toStdString();
     p.type = type;
     p.scale = scale;
     p.decimals = decimals;

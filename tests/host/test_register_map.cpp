@@ -1,6 +1,8 @@
 // Register maps: every fault a map can have, reported with file, line and
 // column, all of them at once; and the shipped example map loads.
 #include "parameters/register_map.h"
+#include "addresses/transfer_plan.h"
+#include "interface/communicator_command.h"
 
 #include "fake_parameter_line.h"
 
@@ -28,31 +30,35 @@ TEST(RegisterMap, RefusesEachFaultWithItsLineAndColumn)
         {"unknown type", "speed,HR1,int64,1,rpm,rw,x\n",
          "m.csv:2:11: unknown type: 'int64' (int16, uint16, int32, uint32, float32 or bool)"},
         {"area outside the six", "speed,XR5,int16,1,,r,\n",
-         "m.csv:2:7: address outside the areas: XR5 (HR, FN6HR, IR, DO, FN5DO or DI)"},
+         "m.csv:2:7: unknown area 'XR' in XR5 (HR, IR, DO, DI, FN5DO, FN6HR)"},
         {"number beyond 65536", "speed,HR65537,int16,1,,r,\n",
-         "m.csv:2:7: address outside the areas: HR65537 (numbers run from 1 to 65536)"},
+         "m.csv:2:7: bad address: HR65537 (numbers run from 1 to 65536)"},
         {"pair beyond 65536", "pos,HR65536,int32,1,,r,\n",
-         "m.csv:2:5: address outside the areas: HR65536 holds 2 registers and ends after 65536"},
-        {"driver's station list", "list,HR60000,uint16,1,,r,\n",
-         "m.csv:2:6: address outside the areas: HR60000 (HR60000..HR60010 are the driver's station list, not the servo's)"},
+         "m.csv:2:5: bad count for HR65536: 1 dword(s) run past HR65536"},
+        {"driver's own register", "list,HR60000,uint16,1,,r,\n",
+         "m.csv:2:6: HR60000: HR60000..HR60010 are the driver's own registers, not the servo's"},
+        {"pair running into the driver's registers", "pos,HR59999,int32,1,,r,\n",
+         "m.csv:2:5: HR59999 with 1 dword(s) runs into HR60000: HR60000..HR60010 are the driver's own registers, not "
+         "the servo's; read up to HR59999 and from HR60000 in two commands"},
         {"no address shape", "speed,HR,int16,1,,r,\n",
-         "m.csv:2:7: bad address: HR (area letters and a number, e.g. HR1304, IR12, HR200SW, HR100.3, DO5)"},
-        {"bit on a coil", "on,DO5.1,bool,,,rw,\n", "m.csv:2:4: a bit on a coil or input: DO5.1 (coils are single bits already)"},
+         "m.csv:2:7: bad address: HR (area letters and a number, e.g. HR100, DO5, HR100.3, HR200SW)"},
+        {"bit on a coil", "on,DO5.1,bool,,,rw,\n",
+         "m.csv:2:4: bad address: DO5.1 (DO, DI and FN5DO are bits already; a .bit is for the registers of HR, IR and FN6HR)"},
         {"bit on an input", "on,DI5.1,bool,,,r,\n",
-         "m.csv:2:4: a bit on a coil or input: DI5.1 (discrete inputs are single bits already)"},
-        {"bit beyond 15", "on,HR5.16,bool,,,rw,\n", "m.csv:2:4: bad address: HR5.16 (a register's bits run from 0 to 15)"},
-        {"word on a coil", "on,DO5,uint16,,,rw,\n", "m.csv:2:4: uint16 needs registers, DO5 are coils"},
-        {"word on a bit", "on,HR5.2,uint16,,,rw,\n", "m.csv:2:4: uint16 on a register bit: HR5.2 (only bool goes on a bit)"},
+         "m.csv:2:4: bad address: DI5.1 (DO, DI and FN5DO are bits already; a .bit is for the registers of HR, IR and FN6HR)"},
+        {"bit beyond 15", "on,HR5.16,bool,,,rw,\n", "m.csv:2:4: bad address: HR5.16 (bit numbers run from 0 to 15)"},
+        {"word on a coil", "on,DO5,uint16,,,rw,\n", "m.csv:2:4: bad type for DO5: word (DO, DI and FN5DO hold bits: bit or bitblock)"},
+        {"word on a bit", "on,HR5.2,uint16,,,rw,\n", "m.csv:2:4: bad type for HR5.2: word (a .bit address holds bits: bit or bitblock)"},
         {"bool on a whole register", "on,HR5,bool,,,rw,\n",
          "m.csv:2:4: bool needs a coil, an input or a register bit (e.g. HR100.3): HR5"},
         {"SW on one register", "speed,HR5SW,int16,,,rw,\n",
-         "m.csv:2:7: SW on a int16: HR5SW (SW orders the two registers of a 32-bit type)"},
+         "m.csv:2:7: bad type for HR5SW: word (SW orders the words of a dword: dword)"},
         {"bad scale", "speed,HR5,int16,fast,,rw,\n", "m.csv:2:17: bad scale: 'fast' (a number other than 0)"},
         {"zero scale", "speed,HR5,int16,0,,rw,\n", "m.csv:2:17: bad scale: '0' (a number other than 0)"},
         {"scaled bool", "on,DO5,bool,2,,rw,\n", "m.csv:2:13: a bool has no scale: 2"},
         {"bad access", "speed,HR5,int16,1,,w,\n", "m.csv:2:20: bad access: 'w' (r or rw)"},
         {"writable input register", "speed,IR5,int16,1,,rw,\n",
-         "m.csv:2:20: IR5 cannot be written (input registers are read-only): access r"},
+         "m.csv:2:20: IR5 is read-only (IR and DI cannot be written)"},
         {"bad name", "spe ed,HR5,int16,1,,r,\n", "m.csv:2:1: bad name: 'spe ed' (letters, digits, _ and .)"},
         {"empty name", ",HR5,int16,1,,r,\n", "m.csv:2:1: bad name: '' (letters, digits, _ and .)"},
         {"name that reads as an address", "HR7,HR5,int16,1,,r,\n", "m.csv:2:1: bad name: HR7 reads as an address"},
@@ -72,6 +78,34 @@ TEST(RegisterMap, RefusesEachFaultWithItsLineAndColumn)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         EXPECT_EQ(faultsOf(QByteArray(Header) + c.rows), QStringList{QLatin1String(c.fault)});
+    }
+}
+
+// A map row is refused exactly as a command line that reads (or, rw, writes) the
+// parameter is: one rule for every address text, the map adds where it stands.
+TEST(RegisterMap, RefusesARowAsTheCommandLineRefusesItsAddress)
+{
+    const struct {
+        const char* row;
+        const char* address;
+        int dataType;
+        Direction direction;
+        int column;
+    } cases[] = {
+        {"a,FN7HR5,int16,1,,r,\n", "FN7HR5", Word, Direction::Read, 3},
+        {"a,HR0,int16,1,,r,\n", "HR0", Word, Direction::Read, 3},
+        {"a,DO5SW,bool,,,r,\n", "DO5SW", Bit, Direction::Read, 3},
+        {"a,HR60010.2,bool,,,r,\n", "HR60010.2", Bit, Direction::Read, 3},
+        {"a,HR60010,float32,1,,r,\n", "HR60010", DoubleWord, Direction::Read, 3},
+        {"a,DI4,bool,,,rw,\n", "DI4", Bit, Direction::Write, 14},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.row);
+        TransferPlan plan;
+        QString refusal;
+        ASSERT_FALSE(planTransfer(QLatin1String(c.address), c.dataType, 1, c.direction, &plan, &refusal));
+        EXPECT_EQ(faultsOf(QByteArray(Header) + c.row),
+                  QStringList{QStringLiteral("m.csv:2:%1: %2").arg(c.column).arg(refusal)});
     }
 }
 
@@ -98,7 +132,8 @@ TEST(RegisterMap, ReportsEveryFaultOfAMapAtOnce)
 {
     EXPECT_EQ(faultsOf(QByteArray(Header) + "a,HR5,int64,1,,r,\nb,DO5.1,bool,,,x,\nok,HR9,uint16,1,,rw,\n"),
               (QStringList{QStringLiteral("m.csv:2:7: unknown type: 'int64' (int16, uint16, int32, uint32, float32 or bool)"),
-                           QStringLiteral("m.csv:3:3: a bit on a coil or input: DO5.1 (coils are single bits already)"),
+                           QStringLiteral("m.csv:3:3: bad address: DO5.1 (DO, DI and FN5DO are bits already; a .bit is "
+                                          "for the registers of HR, IR and FN6HR)"),
                            QStringLiteral("m.csv:3:16: bad access: 'x' (r or rw)")}));
 }
 
@@ -120,7 +155,7 @@ TEST(RegisterMap, ReadsRowsWithQuotesCommentsAndColumnsInAnyOrder)
     EXPECT_EQ(speed.line, 3);
     EXPECT_EQ(speed.description, QStringLiteral("Highest speed, in \"rpm\""));
     const Parameter& position = *map.find(QStringLiteral("position"));
-    EXPECT_EQ(position.address.table, RegisterTable::Input);
+    EXPECT_EQ(position.address.area, Area::IR);
     EXPECT_EQ(position.address.number, 98);
     EXPECT_TRUE(position.address.highWordFirst);
     EXPECT_EQ(position.decimals, 3);
