@@ -49,6 +49,14 @@ struct Invocation {
     bool lineEchoes = false;      // the simulated line repeats what it hears
     QList<FaultSwitch> faults;
     bool motion = false; // a few simulated registers move
+
+    QString map;         // --map or DRVCTL_MAP: parameter names wherever an address goes
+    QString output;      // backup, plot: -o
+    bool force = false;  // restore: a set of another map
+    bool dryRun = false; // restore: only show the writes
+    bool all = false;    // diff: read-only parameters too
+    QString csvFile;     // poll: a row per round
+    QString plotFile;    // poll: a chart at the end
 };
 
 enum class ParseOutcome { Run, Help, Error };
@@ -61,6 +69,7 @@ ParseOutcome parseCommandLine(const QStringList& arguments, Invocation* invocati
 // One line of drvctl shell: a command and its options, split at white space.
 // Options that belong to the whole line (device, plug-in, link, simulated line)
 // are refused, and so are commands that cannot run inside the shell.
-ParseOutcome parseShellLine(const QString& line, Invocation* invocation, QString* text);
+// Names of the shell's --map pass where addresses go.
+ParseOutcome parseShellLine(const QString& line, Invocation* invocation, QString* text, const QString& map = QString());
 
 #endif

@@ -7,6 +7,7 @@
 
 #include "drvctl/invocation.h"
 #include "drvctl/output.h"
+#include "parameters/register_map.h"
 #include "port/line_port.h"
 #include "port/line_settings.h"
 
@@ -14,6 +15,8 @@
 #include <QVector>
 
 class AbstractDeviceInterface;
+class ParameterLine;
+struct ParameterSet;
 class DriverInterface;
 class ServoLine;
 class TraceCapture;
@@ -47,6 +50,10 @@ public:
     int monitor(const Invocation& request);
     int simulate(const Invocation& request);
     int shell(const Invocation& request);
+    int backup(const Invocation& request);
+    int restore(const Invocation& request);
+    int diff(const Invocation& request);
+    int plot(const Invocation& request);
 
 private:
     // The shell's lines from libedit, on a terminal.
@@ -66,6 +73,9 @@ private:
     // session was started with, or the driver's defaults.
     void useTransactionSettings(const Invocation& request);
 
+    // Plug-in, line and port as a command that Needs::Line has them.
+    int setUpLine();
+
     // How a read or write went: done, refused before anything was sent (exit 2),
     // failed in the driver (exit 1), the line lost under it (exit 3), or stopped
     // by Ctrl-C (exit 130); the text says why.
@@ -84,6 +94,18 @@ private:
     QVector<quint16> driverTable();
     void traceSplit(const TransferPlan& plan, bool read) const;
 
+    // --map (parameters.cpp): loaded before the command runs; a bad map is exit 2.
+    int loadMap(const QString& path);
+    // Without --map, the map the set was made with, where it was then; `what` names
+    // the command in the refusal.
+    int loadMapOf(const ParameterSet& set, const QString& what, const Invocation& request);
+    // The parameter an argument names, or nullptr for an address (with a map
+    // checked here; a bad one leaves the usage error's exit status in *status).
+    const Parameter* parameterOrAddress(const QString& argument, int* status);
+    int readNamed(const Invocation& request, const Parameter& parameter);
+    int writeNamed(const Invocation& request, const Parameter& parameter);
+    std::unique_ptr<ParameterLine> parameterLine();
+
     Invocation setup; // the command line that started the session
     Output out;
     QPluginLoader loader;
@@ -95,6 +117,7 @@ private:
     TransactionSettings baseline;            // what useTransactionSettings falls back to
     std::unique_ptr<TraceCapture> capture;   // --pcap
     bool tracing = false;                    // --trace of the session, or of the shell line running
+    RegisterMap map;                         // --map, when given
 };
 
 #endif

@@ -1,10 +1,11 @@
 // Reads and writes as the driver commands that carry them: checked, split at the
 // Modbus limits and joined, with the driver's own registers guarded.
+#include "addresses/transfer_plan.h"
 #include "drvctl/driver_registers.h"
+#include "drvctl/driver_transfers.h"
 #include "drvctl/exit_codes.h"
 #include "drvctl/session.h"
 #include "drvctl/stop_signals.h"
-#include "drvctl/transfer_plan.h"
 #include "drvctl/value_codec.h"
 #include "interface/driver_interface.h"
 
@@ -67,16 +68,7 @@ Session::Transfer Session::readValues(const Invocation& request, const QString& 
             return Transfer::Refused;
     }
     traceSplit(*plan, true);
-    values->clear();
-    for (const TransferPiece& piece : plan->pieces) {
-        const QByteArray data = driver->read(port, CommunicatorCommand(plan->dataType, piece.count, piece.address));
-        if (driver->hasError()) {
-            *error = driver->getLastError();
-            return driverFailure(error);
-        }
-        *values += decodeValues(plan->dataType, data, piece.count);
-    }
-    return Transfer::Done;
+    return readPlanned(driver, port, *plan, values, error) ? Transfer::Done : driverFailure(error);
 }
 
 Session::Transfer Session::writeValues(const Invocation& request, TransferPlan* plan, QString* error)
@@ -93,19 +85,15 @@ Session::Transfer Session::writeValues(const Invocation& request, TransferPlan* 
     if (!error->isEmpty())
         return Transfer::Refused;
     traceSplit(*plan, false);
-    const int width = data.size() / texts.size(); // bytes per element, one per bit
-    for (const TransferPiece& piece : plan->pieces) {
-        const CommunicatorCommand command(plan->dataType, piece.count, piece.address);
-        if (!driver->write(port, command, data.mid(piece.first * width, piece.count * width)) || driver->hasError()) {
-            *error = driver->getLastError();
-            const Transfer outcome = driverFailure(error);
-            if (outcome == Transfer::Interrupted)
-                *error = QStringLiteral("interrupted before the servo confirmed the write");
-            // A split write is not one transaction: say what did reach the servo.
-            if (piece.first > 0)
-                *error += QStringLiteral("; the first %1 of %2 value(s) were written").arg(piece.first).arg(texts.size());
-            return outcome;
-        }
-    }
-    return Transfer::Done;
+    if (writePlanned(driver, port, *plan, data, error))
+        return Transfer::Done;
+    // What a split write did reach the servo stays said, whatever stopped it.
+    const int split = error->indexOf(QLatin1String("; the first "));
+    const QString reached = split >= 0 ? error->mid(split) : QString();
+    const Transfer outcome = driverFailure(error);
+    if (outcome == Transfer::Interrupted)
+        *error = QStringLiteral("interrupted before the servo confirmed the write") + reached;
+    else if (outcome != Transfer::Failed || !error->endsWith(reached))
+        *error += reached;
+    return outcome;
 }
