@@ -178,26 +178,31 @@ TEST(DrvctlLine, PollSaysTheLineIsLostOnceAndGoesOnWhenItIsBack)
 TEST(DrvctlLine, MonitorSaysTheLineIsLostOnceAndListensAgainWhenItIsBack)
 {
     Replug replug;
-    ASSERT_TRUE(replug.plugIn(true));
-    QProcess monitor;
-    startDrvctl(&monitor, onDevice(replug.path(), {"monitor"}));
-    ASSERT_TRUE(monitor.waitForStarted());
-    std::this_thread::sleep_for(std::chrono::milliseconds(300)); // listening
-    replug.unplug();
-    ASSERT_TRUE(replug.plugIn(true));
-    SerialPort master(portOptions(replug.current().devicePath(), 200));
-    ASSERT_TRUE(master.open());
     const auto driver = createDriver();
     ASSERT_TRUE(driver);
-    driver->initialize(&master);
-    // Read until the monitor has printed a transaction it heard on the new line.
+    QProcess monitor;
     QByteArray out;
-    ASSERT_TRUE(eventually([&] {
-        driver->read(&master, CommunicatorCommand(Word, 1, QStringLiteral("HR1")));
-        monitor.waitForReadyRead(100);
-        out += monitor.readAllStandardOutput();
-        return out.contains("station 1");
-    })) << out.toStdString();
+    // Drives the line behind the link until the monitor has printed a transaction
+    // it heard there.
+    const auto heard = [&] {
+        SerialPort master(portOptions(replug.current().devicePath(), 200));
+        if (!master.open())
+            return false;
+        driver->initialize(&master);
+        out.clear();
+        return eventually([&] {
+            driver->read(&master, CommunicatorCommand(Word, 1, QStringLiteral("HR1")));
+            monitor.waitForReadyRead(100);
+            out += monitor.readAllStandardOutput();
+            return out.contains("station 1");
+        });
+    };
+    ASSERT_TRUE(replug.plugIn(true));
+    startDrvctl(&monitor, onDevice(replug.path(), {"monitor"}));
+    ASSERT_TRUE(heard()) << out.toStdString();
+    replug.unplug();
+    ASSERT_TRUE(replug.plugIn(true));
+    ASSERT_TRUE(heard()) << out.toStdString();
     ASSERT_TRUE(interrupt(&monitor));
     const Outcome run = finish(&monitor);
     EXPECT_EQ(run.exitCode, 0) << run.err;
