@@ -148,6 +148,9 @@ const OptionDefinition Options[] = {
          i->faults << fault;
          return true;
      }},
+    {SimulatedLineOptions, "instant", nullptr,
+     "The simulated line answers as fast as it can instead of at the line's pace (characters, 3.5-character turnaround).",
+     true, [](const QString&, const QString&, Invocation* i, QString*) { i->instant = true; return true; }},
     {SimulatedLineOptions, "motion", nullptr, "HR1300 ramps 0..3000 and back, HR1301 counts up, every 100 ms.",
      true, [](const QString&, const QString&, Invocation* i, QString*) { i->motion = true; return true; }},
 };

@@ -49,6 +49,7 @@ struct Invocation {
     bool lineEchoes = false;      // the simulated line repeats what it hears
     QList<FaultSwitch> faults;
     bool motion = false; // a few simulated registers move
+    bool instant = false; // the simulated line does not keep the line's time
 };
 
 enum class ParseOutcome { Run, Help, Error };

@@ -80,6 +80,7 @@ int Session::startSimulatedLine(const LineSettings* settings)
     if (settings)
         simulatedLine->setLineSettings(settings->baud, settings->stopBits);
     simulatedLine->setEcho(setup.lineEchoes);
+    simulatedLine->setInstant(setup.instant);
     simulatedLine->setMotion(setup.motion);
     for (int id : simulatedLine->stationIds()) {
         StationFaults faults;
