@@ -6,6 +6,7 @@
 #include "drvctl/command_table.h"
 #include "drvctl/invocation.h"
 #include "drvctl/transfer_plan.h"
+#include "port/network_endpoints.h"
 
 #include <QCommandLineParser>
 #include <QHash>
@@ -171,6 +172,11 @@ ParseOutcome parse(const QStringList& arguments, bool shellLine, Invocation* inv
 
     if (!result.device.isEmpty() && !simulatedLineOption.isEmpty()) {
         *text = QStringLiteral("--%1 is for the simulated line, which --device replaces").arg(simulatedLineOption);
+        return ParseOutcome::Error;
+    }
+    if (result.scanLines && isNetworkDevice(result.device)) {
+        *text = QStringLiteral("--lines tries the settings of a local serial device; the line behind a device server "
+                               "is set on the server (give it with --line)");
         return ParseOutcome::Error;
     }
     if (!checkFaultStations(result, text))

@@ -18,6 +18,7 @@ enum OptionGroup : unsigned {
     PollOptions = 1u << 7,          // --elements --hex --count (rounds) --interval
     ScanOptions = 1u << 8,          // --ids --lines --probe
     MonitorOptions = 1u << 9,       // --raw --pcap
+    ListenOptions = 1u << 10,       // --listen
     EveryCommand = ~0u,             // --json
 };
 

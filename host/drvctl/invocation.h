@@ -50,6 +50,8 @@ struct Invocation {
     QList<FaultSwitch> faults;
     bool motion = false; // a few simulated registers move
     bool instant = false; // the simulated line does not keep the line's time
+    QString listenHost;   // simulate --listen: serve the line over TCP here
+    int listenPort = -1;
 };
 
 enum class ParseOutcome { Run, Help, Error };
