@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 sysroot=${1:-build/armhf-sysroot}
-packages=libc6-dev,libstdc++-12-dev,qtbase5-dev,libqt5sql5-sqlite,libgtest-dev,libgmock-dev,libmodbus-dev,libbenchmark-dev,libedit-dev
+packages=libc6-dev,libstdc++-12-dev,qtbase5-dev,libqt5sql5-sqlite,libqt5svg5-dev,libgtest-dev,libgmock-dev,libmodbus-dev,libbenchmark-dev,libedit-dev
 # A sysroot made from another package list is made again.
 [ "$(cat "$sysroot/.complete" 2>/dev/null)" = "$packages" ] && exit 0
 

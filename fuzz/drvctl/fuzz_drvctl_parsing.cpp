@@ -5,10 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "addresses/address.h"
+#include "addresses/transfer_plan.h"
 #include "common/fuzz_check.h"
-#include "drvctl/address.h"
 #include "drvctl/invocation.h"
-#include "drvctl/transfer_plan.h"
 #include "drvctl/value_codec.h"
 
 namespace {

@@ -83,7 +83,9 @@ QString commandHelp(const CommandDefinition& definition, const std::vector<const
         if (shellLine && option->sessionWide)
             continue;
         const QString value = option->valueName ? QStringLiteral(" <%1>").arg(QLatin1String(option->valueName)) : QString();
-        help += optionHelp(QStringLiteral("--%1%2").arg(QLatin1String(option->name), value), QLatin1String(option->description));
+        const QStringList names = optionNames(*option);
+        const QString alias = names.size() > 1 ? QStringLiteral("-%1, ").arg(names.first()) : QString();
+        help += optionHelp(QStringLiteral("%1--%2%3").arg(alias, names.last(), value), QLatin1String(option->description));
     }
     if (shellLine)
         return help + QLatin1Char('\n')

@@ -1,11 +1,11 @@
 // Command-line grammar of drvctl: one command first, then its options and
 // arguments. Each command's option parser is built once and kept, so that a
 // shell line costs one parse and no set-up.
+#include "addresses/transfer_plan.h"
 #include "drvctl/command_help.h"
 #include "drvctl/command_options.h"
 #include "drvctl/command_table.h"
 #include "drvctl/invocation.h"
-#include "drvctl/transfer_plan.h"
 #include "port/network_endpoints.h"
 
 #include <QCommandLineParser>
@@ -46,11 +46,12 @@ CommandGrammar* grammarFor(const CommandDefinition& definition, bool shellLine)
         if ((option.groups & definition.options) == 0)
             continue;
         // Whole-session options are known to a shell line too, to be refused by name.
-        const QString name = QLatin1String(option.name);
-        parser.addOption(option.valueName ? QCommandLineOption(name, QString(), QLatin1String(option.valueName))
-                                          : QCommandLineOption(name));
+        const QStringList names = optionNames(option);
+        parser.addOption(option.valueName ? QCommandLineOption(names, QString(), QLatin1String(option.valueName))
+                                          : QCommandLineOption(names));
         grammar->options.push_back(&option);
-        grammar->byName.insert(name, &option);
+        for (const QString& name : names)
+            grammar->byName.insert(name, &option);
     }
     grammar->help = commandHelp(definition, grammar->options, shellLine);
     built[slot] = std::move(grammar);
@@ -73,7 +74,9 @@ bool asksForJson(const QStringList& arguments)
 bool checkTransfers(const CommandDefinition& definition, const Invocation& request, QString* text)
 {
     TransferPlan plan;
-    switch (definition.addresses) {
+    // With a map the session tells names from addresses once the map is loaded, and
+    // plans each address there the same way.
+    switch (request.map.isEmpty() ? definition.addresses : Addresses::None) {
     case Addresses::None:
         break;
     case Addresses::Read:
@@ -115,7 +118,8 @@ bool checkFaultStations(const Invocation& request, QString* text)
     return true;
 }
 
-ParseOutcome parse(const QStringList& arguments, bool shellLine, Invocation* invocation, QString* text)
+ParseOutcome parse(const QStringList& arguments, bool shellLine, const QString& map, Invocation* invocation,
+                   QString* text)
 {
     invocation->json = asksForJson(arguments);
     const QString command = arguments.value(1);
@@ -150,14 +154,16 @@ ParseOutcome parse(const QStringList& arguments, bool shellLine, Invocation* inv
     Invocation result;
     result.command = invocation->command;
     result.arguments = grammar.parser.positionalArguments();
+    if (definition->options & MapOptions) // --map, given below, wins
+        result.map = shellLine ? map : qEnvironmentVariable("DRVCTL_MAP");
     QString simulatedLineOption; // one given, if any
     // Only the options given, in the order given; one given twice names all its values at once.
-    QStringList applied;
+    QList<const OptionDefinition*> applied;
     for (const QString& name : grammar.parser.optionNames()) {
         const OptionDefinition* option = grammar.byName.value(name);
-        if (option == nullptr || applied.contains(name))
-            continue; // --help, or done already
-        applied << name;
+        if (option == nullptr || applied.contains(option))
+            continue; // --help, or done already (by its name or its alias)
+        applied << option;
         if (shellLine && option->sessionWide) {
             *text = QStringLiteral("--%1 holds for the whole session: give it to 'drvctl shell', not to a line").arg(name);
             return ParseOutcome::Error;
@@ -213,10 +219,10 @@ QStringList shellWords(const QString& line)
 
 ParseOutcome parseCommandLine(const QStringList& arguments, Invocation* invocation, QString* text)
 {
-    return parse(arguments, false, invocation, text);
+    return parse(arguments, false, QString(), invocation, text);
 }
 
-ParseOutcome parseShellLine(const QString& line, Invocation* invocation, QString* text)
+ParseOutcome parseShellLine(const QString& line, Invocation* invocation, QString* text, const QString& map)
 {
-    return parse(shellWords(line), true, invocation, text);
+    return parse(shellWords(line), true, map, invocation, text);
 }

@@ -171,9 +171,28 @@ const OptionDefinition Options[] = {
      true, [](const QString&, const QString&, Invocation* i, QString*) { i->instant = true; return true; }},
     {SimulatedLineOptions, "motion", nullptr, "HR1300 ramps 0..3000 and back, HR1301 counts up, every 100 ms.",
      true, [](const QString&, const QString&, Invocation* i, QString*) { i->motion = true; return true; }},
+    {MapOptions, "map", "file", "Register map (CSV): its parameter names go wherever an address goes (also DRVCTL_MAP).",
+     true, [](const QString&, const QString& v, Invocation* i, QString*) { i->map = v; return true; }},
+    {OutputOptions, "o|output", "file", "File to write.",
+     false, [](const QString&, const QString& v, Invocation* i, QString*) { i->output = v; return true; }},
+    {RestoreOptions, "force", nullptr, "Restore a set made with another map, by name.",
+     false, [](const QString&, const QString&, Invocation* i, QString*) { i->force = true; return true; }},
+    {RestoreOptions, "dry-run", nullptr, "Show what would be written and write nothing.",
+     false, [](const QString&, const QString&, Invocation* i, QString*) { i->dryRun = true; return true; }},
+    {DiffOptions, "all", nullptr, "Compare the read-only parameters too.",
+     false, [](const QString&, const QString&, Invocation* i, QString*) { i->all = true; return true; }},
+    {PollLogOptions, "csv", "file", "Log each round to FILE: a time, a column per address, the errors last.",
+     false, [](const QString&, const QString& v, Invocation* i, QString*) { i->csvFile = v; return true; }},
+    {PollLogOptions, "plot", "file", "Draw the rounds as a trend chart at the end (.png or .svg).",
+     false, [](const QString&, const QString& v, Invocation* i, QString*) { i->plotFile = v; return true; }},
 };
 
 } // namespace
+
+QStringList optionNames(const OptionDefinition& option)
+{
+    return QString::fromLatin1(option.name).split(QLatin1Char('|'));
+}
 
 const OptionDefinition* optionTable(int* count)
 {

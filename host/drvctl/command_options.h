@@ -2,6 +2,7 @@
 #define DRVCTL_COMMAND_OPTIONS_H
 
 #include <QString>
+#include <QStringList>
 
 struct Invocation;
 
@@ -9,7 +10,7 @@ struct Invocation;
 // command table), its name and value, its help and what it sets.
 struct OptionDefinition {
     unsigned groups;
-    const char* name;
+    const char* name; // "o|output": a one-letter alias, then the name
     const char* valueName; // nullptr: a switch
     const char* description;
     // Set once for a whole shell session (the driver, the line, the simulated
@@ -17,6 +18,9 @@ struct OptionDefinition {
     bool sessionWide;
     bool (*apply)(const QString& name, const QString& value, Invocation*, QString* error);
 };
+
+// Its names: the alias, if any, then the name (the last one).
+QStringList optionNames(const OptionDefinition& option);
 
 // Every option, in the order of the help; `count` is set to their number.
 const OptionDefinition* optionTable(int* count);

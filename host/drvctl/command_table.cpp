@@ -9,27 +9,31 @@ const CommandDefinition Commands[] = {
      "it fills (a tcp:// list as its endpoints).",
      PluginOptions | DeviceOptions, 0, 0, Addresses::None,
      Needs::Driver, false, true, &Session::info},
-    {"read", "ADDRESS", "read values (--type, --count)",
+    {"read", "ADDRESS", "read values (--type, --count), or a parameter by name (--map)",
      "Reads --count values of --type from ADDRESS (HR, IR, DO, DI, FN5DO or FN6HR and a number, e.g. HR100, DO5, "
      "HR100.3, HR200SW). A count beyond what one Modbus transaction carries is read in as many driver "
-     "commands as needed and joined; --trace says how it was split.",
+     "commands as needed and joined; --trace says how it was split. With --map, ADDRESS may be a parameter's name: "
+     "it prints NAME = VALUE UNIT.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | TypeOptions
-         | ReadOptions,
+         | ReadOptions | MapOptions,
      1, 1, Addresses::Read, Needs::Line, false, true, &Session::read},
-    {"write", "ADDRESS VALUE...", "write values (decimal or 0x hex; bits 0/1)",
+    {"write", "ADDRESS VALUE...", "write values (decimal or 0x hex; bits 0/1), or a parameter by name",
      "Writes the values to ADDRESS, one element each. Put -- before negative values. More values than one Modbus "
      "transaction takes go in as many driver commands as needed; when one fails, the "
      "error says how many values were written before it. Refused: IR and DI (read-only), an odd number of bytes "
      "(the driver writes whole registers), a range into HR60000..HR60010, and station list values the driver "
-     "would send to no servo or the wrong one.",
-     PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | TypeOptions, 2, -1,
+     "would send to no servo or the wrong one. With --map, ADDRESS may be a parameter's name and VALUE its value in "
+     "the parameter's unit, checked against its type.",
+     PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | TypeOptions
+         | MapOptions, 2, -1,
      Addresses::Write, Needs::Line, false, true, &Session::write},
     {"poll", "ADDRESS...", "read again every --interval ms, a line per round; Ctrl-C ends with a summary",
      "Reads every address once a round, every --interval ms, and prints a line per round with its time; a "
      "failed read shows its error in place of the values. After --count rounds or Ctrl-C it prints rounds, "
-     "failures per address and the round trip min/avg/max/p99.",
+     "failures per address and the round trip min/avg/max/p99. With --map, names too; --csv logs the rounds, "
+     "--plot draws them.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | TypeOptions
-         | PollOptions,
+         | PollOptions | MapOptions | PollLogOptions,
      1, -1, Addresses::Read, Needs::Line, true, false, &Session::poll},
     {"scan", "", "find the stations (and with --lines the line settings) that answer",
      "Probes every station id of --ids with one short read of --probe and lists those that answer (a reply "
@@ -57,8 +61,31 @@ const CommandDefinition Commands[] = {
      "hold for every line; --station, --retry, --delay, --timeout, --trace and --json on a line hold for that line "
      "only. On a terminal: a prompt, line editing, a history for the session (arrow up) and Tab completion of "
      "command and option names; from a pipe each line is echoed after the prompt.",
-     PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions, 0, 0,
+     PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | MapOptions, 0, 0,
      Addresses::None, Needs::Line, false, false, &Session::shell},
+    {"backup", "", "save every parameter of a map (--map, -o SET.json)",
+     "Reads every parameter of the map with the fewest reads (registers that follow each other, never one the "
+     "map does not name) and saves them to -o SET.json with the map's name and checksum, the station and the "
+     "time.",
+     PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | MapOptions
+         | OutputOptions,
+     0, 0, Addresses::None, Needs::Line, false, false, &Session::backup},
+    {"restore", "SET.json", "write a saved set back and read it back",
+     "Writes the set's writable parameters in map order, reads them back and lists every one that differs "
+     "(exit 1 if any does). Without --map it uses the map the set names. A set made with another map is "
+     "refused unless --force.",
+     PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | MapOptions
+         | RestoreOptions,
+     1, 1, Addresses::None, Needs::Line, false, false, &Session::restore},
+    {"diff", "SET.json [SET2.json]", "compare two sets, or a set with a station",
+     "Compares two saved sets, or a set with a station (--station) read now, by name: the writable parameters, "
+     "with --all every one. Exit 0 when they agree, 1 when not.",
+     PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | MapOptions
+         | DiffOptions,
+     1, 2, Addresses::None, Needs::Nothing, false, false, &Session::diff},
+    {"plot", "LOG.csv", "draw a poll log as a trend chart (-o CHART.png or .svg)",
+     "Draws a log of poll --csv as a trend chart: a panel per unit, a line per column, failed reads marked.",
+     OutputOptions, 1, 1, Addresses::None, Needs::Nothing, false, false, &Session::plot},
     {"version", "", "the plug-in's and drvctl's versions (also --version)",
      "Prints drvctl's version and the name and version of the driver plug-in it loads.", PluginOptions, 0, 0,
      Addresses::None, Needs::Driver, false, false, &Session::version},

@@ -18,15 +18,20 @@ enum OptionGroup : unsigned {
     PollOptions = 1u << 7,          // --elements --hex --count (rounds) --interval
     ScanOptions = 1u << 8,          // --ids --lines --probe
     MonitorOptions = 1u << 9,       // --raw --pcap
-    ListenOptions = 1u << 10,       // --listen
+    MapOptions = 1u << 10,          // --map
+    OutputOptions = 1u << 11,       // -o
+    RestoreOptions = 1u << 12,      // --force --dry-run
+    DiffOptions = 1u << 13,         // --all
+    PollLogOptions = 1u << 14,      // --csv --plot
+    ListenOptions = 1u << 15,       // --listen
     EveryCommand = ~0u,             // --json
 };
 
 // What a command's arguments address, and how they are checked before it runs.
 enum class Addresses {
     None,
-    Read,  // every argument is an address to read
-    Write, // the first is the address to write, the values follow
+    Read,  // every argument is an address (or with --map a name) to read
+    Write, // the first is the address (or name) to write, the values follow
 };
 
 // What a command needs before its handler runs.

@@ -1,8 +1,8 @@
 // version, info, read and write on top of a set-up session.
+#include "addresses/transfer_plan.h"
 #include "drvctl/exit_codes.h"
 #include "drvctl/plugin_loading.h"
 #include "drvctl/session.h"
-#include "drvctl/transfer_plan.h"
 #include "drvctl/value_codec.h"
 #include "interface/driver_interface.h"
 #include "port/line_settings.h"
@@ -109,6 +109,11 @@ int Session::info(const Invocation&)
 int Session::read(const Invocation& request)
 {
     const QString address = request.arguments.constFirst();
+    int status = ExitSuccess;
+    if (const Parameter* parameter = parameterOrAddress(address, &status))
+        return readNamed(request, *parameter);
+    if (status != ExitSuccess)
+        return status;
     TransferPlan plan;
     QList<qint64> values;
     QString error;
@@ -134,6 +139,11 @@ int Session::read(const Invocation& request)
 int Session::write(const Invocation& request)
 {
     const QString address = request.arguments.constFirst();
+    int status = ExitSuccess;
+    if (const Parameter* parameter = parameterOrAddress(address, &status))
+        return writeNamed(request, *parameter);
+    if (status != ExitSuccess)
+        return status;
     const int written = request.arguments.size() - 1;
     TransferPlan plan;
     QString error;

@@ -1,5 +1,5 @@
 #include "drvctl/driver_registers.h"
-#include "drvctl/transfer_plan.h"
+#include "addresses/transfer_plan.h"
 #include "interface/communicator_command.h"
 
 namespace {

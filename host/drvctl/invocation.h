@@ -52,6 +52,14 @@ struct Invocation {
     bool instant = false; // the simulated line does not keep the line's time
     QString listenHost;   // simulate --listen: serve the line over TCP here
     int listenPort = -1;
+
+    QString map;         // --map or DRVCTL_MAP: parameter names wherever an address goes
+    QString output;      // backup, plot: -o
+    bool force = false;  // restore: a set of another map
+    bool dryRun = false; // restore: only show the writes
+    bool all = false;    // diff: read-only parameters too
+    QString csvFile;     // poll: a row per round
+    QString plotFile;    // poll: a chart at the end
 };
 
 enum class ParseOutcome { Run, Help, Error };
@@ -64,6 +72,7 @@ ParseOutcome parseCommandLine(const QStringList& arguments, Invocation* invocati
 // One line of drvctl shell: a command and its options, split at white space.
 // Options that belong to the whole line (device, plug-in, link, simulated line)
 // are refused, and so are commands that cannot run inside the shell.
-ParseOutcome parseShellLine(const QString& line, Invocation* invocation, QString* text);
+// Names of the shell's --map pass where addresses go.
+ParseOutcome parseShellLine(const QString& line, Invocation* invocation, QString* text, const QString& map = QString());
 
 #endif

@@ -3,12 +3,39 @@
 #include "drvctl/output.h"
 #include "drvctl/session.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <cstdio>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+// Charts paint text, which needs a QGuiApplication: only the commands that draw
+// get one, on the offscreen platform, so that no display is ever needed.
+bool drawsChart(int argc, char* argv[])
+{
+    for (int i = 1; i < argc && std::strcmp(argv[i], "--") != 0; ++i)
+        if ((i == 1 && std::strcmp(argv[i], "plot") == 0) || std::strcmp(argv[i], "--plot") == 0 || std::strcmp(argv[i], "-plot") == 0)
+            return true;
+    return false;
+}
+
+} // namespace
 
 int main(int argc, char* argv[])
 {
-    QCoreApplication application(argc, argv);
+    std::unique_ptr<QCoreApplication> owner;
+    if (drawsChart(argc, argv)) {
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        // Its start-up warns about a missing XDG_RUNTIME_DIR, which a chart never uses.
+        const QtMessageHandler previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+        owner = std::make_unique<QGuiApplication>(argc, argv);
+        qInstallMessageHandler(previous);
+    } else {
+        owner = std::make_unique<QCoreApplication>(argc, argv);
+    }
+    QCoreApplication& application = *owner;
     Invocation invocation;
     QString text;
     switch (parseCommandLine(application.arguments(), &invocation, &text)) {

@@ -1,15 +1,21 @@
 // drvctl poll: the same reads round after round, like ping, with a summary at the end.
+#include "addresses/transfer_plan.h"
 #include "drvctl/exit_codes.h"
 #include "drvctl/round_trip_stats.h"
 #include "drvctl/session.h"
 #include "drvctl/stop_signals.h"
-#include "drvctl/transfer_plan.h"
 #include "drvctl/value_codec.h"
 #include "interface/driver_interface.h"
+#include "parameters/csv_log.h"
+#include "parameters/parameter_transfer.h"
+#include "parameters/trend_chart.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>
+#include <QFileInfo>
+#include <QJsonArray>
 #include <QStringList>
+#include <cmath>
 #include <vector>
 
 namespace {
@@ -19,11 +25,45 @@ QString milliseconds(double ms)
     return QString::number(ms, 'f', 3);
 }
 
+// One address or parameter of the poll and what its read gave this round.
+struct PollColumn {
+    QString label;
+    const Parameter* parameter = nullptr; // a name of the map, else an address
+    QString text;                         // for the line and the log
+    double number = NAN;                  // for the chart
+    QJsonValue json;
+};
+
 } // namespace
 
 int Session::poll(const Invocation& request)
 {
     const QStringList& addresses = request.arguments;
+    std::vector<PollColumn> columns;
+    QStringList units;
+    for (const QString& address : addresses) {
+        int status = ExitSuccess;
+        PollColumn column;
+        column.label = address;
+        column.parameter = parameterOrAddress(address, &status);
+        if (status != ExitSuccess)
+            return status;
+        units << (column.parameter ? column.parameter->unit : QString());
+        columns.push_back(column);
+    }
+    const bool logging = !request.csvFile.isEmpty() || !request.plotFile.isEmpty();
+    if (logging && request.count != 1)
+        return out.usage(QStringLiteral("--csv and --plot take one value per address (no --elements)"), request.command);
+    CsvLogWriter log;
+    QString logError;
+    if (!request.csvFile.isEmpty() && !log.open(request.csvFile, addresses, units, &logError))
+        return out.failure(logError, ExitSetup);
+    TrendLog trend;
+    trend.labels = addresses;
+    trend.units = units;
+    trend.values.resize(addresses.size());
+    const std::unique_ptr<ParameterLine> parameters = parameterLine();
+
     std::vector<int> failures(static_cast<size_t>(addresses.size()), 0);
     RoundTripStats roundTrips;
     int rounds = 0;
@@ -34,24 +74,50 @@ int Session::poll(const Invocation& request)
         const QDateTime now = QDateTime::currentDateTime();
         QStringList text{now.toString(QStringLiteral("hh:mm:ss.zzz"))};
         QJsonObject values;
-        for (int i = 0; i < addresses.size(); ++i) {
-            const QString& address = addresses[i];
+        QStringList errors;
+        for (size_t i = 0; i < columns.size(); ++i) {
+            PollColumn& column = columns[i];
             QElapsedTimer clock;
             clock.start();
-            TransferPlan plan;
-            QList<qint64> decoded;
             QString error;
-            const Transfer outcome = readValues(request, address, &plan, &decoded, &error);
-            if (outcome == Transfer::Refused)
-                return out.usage(error, request.command);
-            if (outcome == Transfer::Done) {
-                roundTrips.add(static_cast<double>(clock.nsecsElapsed()) / 1e6);
-                text << QStringLiteral("%1=%2").arg(address, valuesText(plan.dataType, decoded, request.hex));
-                values.insert(address, valuesJson(decoded));
+            bool ok = false;
+            if (column.parameter) {
+                RawValues raw;
+                ok = readParameter(*parameters, *column.parameter, &raw, &error);
+                if (ok) {
+                    decodeParameter(*column.parameter, raw, &column.number);
+                    column.text = formatParameterValue(*column.parameter, column.number);
+                    QJsonArray rawJson;
+                    for (quint16 r : raw)
+                        rawJson.append(r);
+                    column.json = QJsonObject{{QStringLiteral("value"), column.number},
+                                              {QStringLiteral("unit"), column.parameter->unit},
+                                              {QStringLiteral("raw"), rawJson}};
+                }
             } else {
-                ++failures[static_cast<size_t>(i)];
-                text << QStringLiteral("%1=(%2)").arg(address, error);
-                values.insert(address, QJsonObject{{QStringLiteral("error"), error}});
+                TransferPlan plan;
+                QList<qint64> decoded;
+                const Transfer outcome = readValues(request, column.label, &plan, &decoded, &error);
+                if (outcome == Transfer::Refused)
+                    return out.usage(error, request.command);
+                ok = outcome == Transfer::Done;
+                if (ok) {
+                    column.text = valuesText(plan.dataType, decoded, request.hex);
+                    column.number = decoded.isEmpty() ? NAN : static_cast<double>(decoded.first());
+                    column.json = valuesJson(decoded);
+                }
+            }
+            if (ok) {
+                roundTrips.add(static_cast<double>(clock.nsecsElapsed()) / 1e6);
+                text << QStringLiteral("%1=%2").arg(column.label, withUnit(column.text, units[static_cast<int>(i)]));
+                values.insert(column.label, column.json);
+            } else {
+                ++failures[i];
+                column.text.clear();
+                column.number = NAN;
+                text << QStringLiteral("%1=(%2)").arg(column.label, error);
+                values.insert(column.label, QJsonObject{{QStringLiteral("error"), error}});
+                errors << QStringLiteral("%1: %2").arg(column.label, error);
             }
         }
         ++rounds;
@@ -59,6 +125,17 @@ int Session::poll(const Invocation& request)
                                {QStringLiteral("time"), now.toString(Qt::ISODateWithMs)},
                                {QStringLiteral("values"), values}},
                    text.join(QStringLiteral("  ")));
+        if (logging) {
+            QStringList cells;
+            trend.times << now;
+            trend.errors << errors.join(QStringLiteral("; "));
+            for (size_t i = 0; i < columns.size(); ++i) {
+                cells << columns[i].text;
+                trend.values[static_cast<int>(i)] << columns[i].number;
+            }
+            if (!request.csvFile.isEmpty() && !log.writeRow(now, cells, trend.errors.last(), &logError))
+                return out.failure(logError, ExitSetup);
+        }
         if (request.rounds > 0 && rounds >= request.rounds)
             break;
         stopped = waitForStopSignal(static_cast<int>(std::max<qint64>(0, request.intervalMs - roundClock.elapsed())));
@@ -86,6 +163,13 @@ int Session::poll(const Invocation& request)
         summary << QStringLiteral("round trip min/avg/max/p99 = %1/%2/%3/%4 ms")
                        .arg(milliseconds(roundTrips.min()), milliseconds(roundTrips.average()),
                             milliseconds(roundTrips.max()), milliseconds(roundTrips.percentile(99)));
+    }
+    if (!request.plotFile.isEmpty()) {
+        QString error;
+        if (!renderTrendChart(trend, QStringLiteral("poll %1").arg(addresses.join(QLatin1Char(' '))), request.plotFile, &error))
+            return out.failure(error, ExitSetup);
+        object.insert(QStringLiteral("chart"), request.plotFile);
+        summary << QStringLiteral("chart: %1").arg(request.plotFile);
     }
     out.result(object, summary.join(QLatin1Char('\n')));
     // Like ping: a failure only when no read at all succeeded.

@@ -1,8 +1,8 @@
 // drvctl scan: which stations answer, and with --lines at which line settings.
+#include "addresses/transfer_plan.h"
 #include "drvctl/exit_codes.h"
 #include "drvctl/session.h"
 #include "drvctl/stop_signals.h"
-#include "drvctl/transfer_plan.h"
 #include "drvctl/value_codec.h"
 #include "interface/driver_interface.h"
 

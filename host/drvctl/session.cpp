@@ -51,22 +51,35 @@ int Session::run()
     // Before the simulated line's thread exists, so that Ctrl-C reaches only our wait.
     if (definition->stopsOnCtrlC)
         holdStopSignals();
-    if (definition->needs != Needs::Nothing) {
+    if (!setup.map.isEmpty()) {
+        const int status = loadMap(setup.map);
+        if (status != ExitSuccess)
+            return status;
+    }
+    if (definition->needs == Needs::Driver) {
         const int status = loadDriver();
         if (status != ExitSuccess)
             return status;
     }
     if (definition->needs == Needs::Line) {
-        LineSettings line;
-        int status = lineSettings(&line);
-        if (status == ExitSuccess && setup.device.isEmpty())
-            status = startSimulatedLine(&line);
-        if (status == ExitSuccess)
-            status = openPort(line);
+        const int status = setUpLine();
         if (status != ExitSuccess)
             return status;
     }
     return (this->*definition->run)(setup);
+}
+
+int Session::setUpLine()
+{
+    int status = loadDriver();
+    LineSettings line;
+    if (status == ExitSuccess)
+        status = lineSettings(&line);
+    if (status == ExitSuccess && setup.device.isEmpty())
+        status = startSimulatedLine(&line);
+    if (status == ExitSuccess)
+        status = openPort(line);
+    return status;
 }
 
 int Session::loadDriver()

@@ -7,12 +7,15 @@
 
 #include "drvctl/invocation.h"
 #include "drvctl/output.h"
+#include "parameters/register_map.h"
 #include "port/serial_port.h"
 
 #include <QList>
 #include <QVector>
 
 class AbstractDeviceInterface;
+class ParameterLine;
+struct ParameterSet;
 class DriverInterface;
 class ServoLine;
 class TraceCapture;
@@ -46,6 +49,10 @@ public:
     int monitor(const Invocation& request);
     int simulate(const Invocation& request);
     int shell(const Invocation& request);
+    int backup(const Invocation& request);
+    int restore(const Invocation& request);
+    int diff(const Invocation& request);
+    int plot(const Invocation& request);
 
 private:
     // The shell's lines from libedit, on a terminal.
@@ -66,6 +73,9 @@ private:
     // A failed read or write: the driver's text (exit 1), or the lost line's (exit 3).
     int transferFailure(const QString& error) const;
 
+    // Plug-in, line and port as a command that Needs::Line has them.
+    int setUpLine();
+
     // How a read or write went: done, refused before anything was sent (exit 2), or
     // failed in the driver (exit 1); the text says why.
     enum class Transfer { Done, Refused, Failed };
@@ -78,6 +88,18 @@ private:
     QVector<quint16> driverTable();
     void traceSplit(const TransferPlan& plan, bool read) const;
 
+    // --map (parameters.cpp): loaded before the command runs; a bad map is exit 2.
+    int loadMap(const QString& path);
+    // Without --map, the map the set was made with, where it was then; `what` names
+    // the command in the refusal.
+    int loadMapOf(const ParameterSet& set, const QString& what, const Invocation& request);
+    // The parameter an argument names, or nullptr for an address (with a map
+    // checked here; a bad one leaves the usage error's exit status in *status).
+    const Parameter* parameterOrAddress(const QString& argument, int* status);
+    int readNamed(const Invocation& request, const Parameter& parameter);
+    int writeNamed(const Invocation& request, const Parameter& parameter);
+    std::unique_ptr<ParameterLine> parameterLine();
+
     Invocation setup; // the command line that started the session
     Output out;
     QPluginLoader loader;
@@ -88,6 +110,7 @@ private:
     SerialPortOptions baseline;              // what useTransactionSettings falls back to
     std::unique_ptr<TraceCapture> capture;   // --pcap
     bool tracing = false;                    // --trace of the session, or of the shell line running
+    RegisterMap map;                         // --map, when given
 };
 
 #endif

@@ -36,7 +36,7 @@ int Session::runShellLine(const QString& line)
 {
     Invocation request;
     QString text;
-    switch (parseShellLine(line, &request, &text)) {
+    switch (parseShellLine(line, &request, &text, setup.map)) {
     case ParseOutcome::Help:
         std::fputs(text.toLocal8Bit().constData(), stdout);
         return ExitSuccess;

@@ -1,8 +1,9 @@
 // Reads and writes as the driver commands that carry them: checked, split at the
 // Modbus limits and joined, with the driver's own registers guarded.
+#include "addresses/transfer_plan.h"
 #include "drvctl/driver_registers.h"
+#include "drvctl/driver_transfers.h"
 #include "drvctl/session.h"
-#include "drvctl/transfer_plan.h"
 #include "drvctl/value_codec.h"
 #include "interface/driver_interface.h"
 
@@ -36,16 +37,7 @@ Session::Transfer Session::readValues(const Invocation& request, const QString& 
             return Transfer::Refused;
     }
     traceSplit(*plan, true);
-    values->clear();
-    for (const TransferPiece& piece : plan->pieces) {
-        const QByteArray data = driver->read(port, CommunicatorCommand(plan->dataType, piece.count, piece.address));
-        if (driver->hasError()) {
-            *error = driver->getLastError();
-            return Transfer::Failed;
-        }
-        *values += decodeValues(plan->dataType, data, piece.count);
-    }
-    return Transfer::Done;
+    return readPlanned(driver, port, *plan, values, error) ? Transfer::Done : Transfer::Failed;
 }
 
 Session::Transfer Session::writeValues(const Invocation& request, TransferPlan* plan, QString* error)
@@ -62,16 +54,5 @@ Session::Transfer Session::writeValues(const Invocation& request, TransferPlan* 
     if (!error->isEmpty())
         return Transfer::Refused;
     traceSplit(*plan, false);
-    const int width = data.size() / texts.size(); // bytes per element, one per bit
-    for (const TransferPiece& piece : plan->pieces) {
-        const CommunicatorCommand command(plan->dataType, piece.count, piece.address);
-        if (!driver->write(port, command, data.mid(piece.first * width, piece.count * width)) || driver->hasError()) {
-            *error = driver->getLastError();
-            // A split write is not one transaction: say what did reach the servo.
-            if (piece.first > 0)
-                *error += QStringLiteral("; the first %1 of %2 value(s) were written").arg(piece.first).arg(texts.size());
-            return Transfer::Failed;
-        }
-    }
-    return Transfer::Done;
+    return writePlanned(driver, port, *plan, data, error) ? Transfer::Done : Transfer::Failed;
 }

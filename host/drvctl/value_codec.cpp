@@ -2,15 +2,6 @@
 
 namespace {
 
-struct TypeName {
-    int dataType;
-    const char* name;
-};
-
-const TypeName TypeNames[] = {
-    {Bit, "bit"}, {Byte, "byte"}, {Word, "word"}, {DoubleWord, "dword"}, {Block, "block"}, {BitBlock, "bitblock"},
-};
-
 struct Range {
     qint64 low;
     qint64 high;
@@ -45,25 +36,6 @@ bool parseNumber(const QString& text, qint64* value)
 }
 
 } // namespace
-
-bool dataTypeFromName(const QString& name, int* dataType)
-{
-    for (const TypeName& t : TypeNames) {
-        if (name.compare(QLatin1String(t.name), Qt::CaseInsensitive) == 0) {
-            *dataType = t.dataType;
-            return true;
-        }
-    }
-    return false;
-}
-
-QString dataTypeName(int dataType)
-{
-    for (const TypeName& t : TypeNames)
-        if (t.dataType == dataType)
-            return QLatin1String(t.name);
-    return QStringLiteral("type %1").arg(dataType);
-}
 
 bool encodeValues(int dataType, const QStringList& values, QByteArray* data, QString* error)
 {

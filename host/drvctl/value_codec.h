@@ -7,11 +7,7 @@
 #include <QString>
 #include <QStringList>
 
-#include "interface/communicator_command.h"
-
-// Data kinds as the command line names them: bit byte word dword block bitblock.
-bool dataTypeFromName(const QString& name, int* dataType);
-QString dataTypeName(int dataType);
+#include "addresses/data_types.h"
 
 // Command-line values to the bytes the driver expects for a write: one byte per
 // bit (0 or 1), bytes as they are, words and double words low byte first.

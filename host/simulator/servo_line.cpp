@@ -4,6 +4,7 @@
 #include "port/system_error.h"
 #include "port/termios_settings.h"
 #include "simulator/pseudo_terminal.h"
+#include "simulator/servo_parameters.h"
 #include "simulator/simulated_station.h"
 
 #include <algorithm>
@@ -36,8 +37,10 @@ void ServoLine::wakeThread()
 ServoLine::ServoLine(std::vector<int> stationIds)
 {
     for (int id : stationIds) {
-        if (id >= 1 && id <= 247 && stations.count(id) == 0)
+        if (id >= 1 && id <= 247 && stations.count(id) == 0) {
             stations[id] = std::make_unique<SimulatedStation>(id);
+            loadServoParameters(*stations[id]);
+        }
     }
 }
 
@@ -149,13 +152,17 @@ void ServoLine::setMotion(bool on)
 void ServoLine::advanceMotion()
 {
     std::lock_guard<std::mutex> guard(lock);
+    uint16_t previousSpeed = motion.ramp();
     while (motion.tick(monotonicNs())) {
+        const uint16_t speed = motion.ramp();
         for (auto& entry : stations) {
             SimulatedStation& station = *entry.second;
-            station.setHoldingRegister(MotionRampAddress, motion.ramp());
+            station.setHoldingRegister(MotionRampAddress, speed);
             station.setHoldingRegister(MotionCounterAddress,
                                        static_cast<uint16_t>(station.holdingRegister(MotionCounterAddress) + 1));
+            moveServoStatus(station, previousSpeed, speed);
         }
+        previousSpeed = speed;
     }
 }
 

@@ -66,7 +66,7 @@ TEST(DrvctlMonitor, DecodesWhatOtherRunsSentAndGot)
     QStringList frames;
     for (size_t i = 0; i < sizeof runs / sizeof runs[0]; ++i) {
         const QString pcap = dir.filePath(QStringLiteral("run%1.pcap").arg(i));
-        const Outcome run = drvctl(runs[i].command + QStringList{"--device", device, "--retry", "0", "--timeout", "100", "--pcap", pcap});
+        const Outcome run = drvctl(runs[i].command + QStringList{"--device", device, "--retry", "0", "--timeout", "1000", "--pcap", pcap});
         EXPECT_EQ(run.exitCode, runs[i].exception == 0 && !*runs[i].problem ? 0 : 1) << run.err;
         frames << pcapFrames(pcap);
     }

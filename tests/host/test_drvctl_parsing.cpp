@@ -1,9 +1,9 @@
 // drvctl's command-line pieces called directly: --fault switches, shell lines on
 // parsers that are built once and reused, and the poll summary's statistics.
+#include "addresses/transfer_plan.h"
 #include "drvctl/fault_switches.h"
 #include "drvctl/invocation.h"
 #include "drvctl/round_trip_stats.h"
-#include "drvctl/transfer_plan.h"
 #include "interface/communicator_command.h"
 
 #include <gtest/gtest.h>

@@ -101,7 +101,7 @@ protected:
         ASSERT_TRUE(listener->listening());
         driver = createDriver();
         ASSERT_TRUE(driver);
-        SerialPortOptions options = portOptions(line.devicePath(), 150);
+        SerialPortOptions options = portOptions(line.devicePath(), 400);
         options.interFrameGap = true;
         options.retry = 0;
         port = std::make_unique<SerialPort>(options);
@@ -161,7 +161,7 @@ TEST_F(MonitoredSession, DecodesEveryFunctionCodeAndEveryFaultAsTheDriverSawThem
          "station 1 fn 3 read HR100 x1 = 4660, 3 extra bytes after the reply"},
         {[](StationFaults& f) { f.exceptionAddress = 99; f.exceptionCode = 2; }, true, Word, 1, "HR100", "01 00",
          "station 1 fn 16 write HR100 x1 = 1, exception 0x02 (illegal data address)"},
-        {[](StationFaults& f) { f.replyDelayMs = 40; }, false, Word, 1, "HR100", "", "station 1 fn 3 read HR100 x1 = 4660"},
+        {[](StationFaults& f) { f.replyDelayMs = 160; }, false, Word, 1, "HR100", "", "station 1 fn 3 read HR100 x1 = 4660"},
     };
     QStringList expected, decoded;
     std::vector<MonitoredTransaction> transactions;
@@ -195,9 +195,10 @@ TEST_F(MonitoredSession, DecodesEveryFunctionCodeAndEveryFaultAsTheDriverSawThem
         EXPECT_LE(transactions[i].request.endNs, transactions[i].reply.bytes.isEmpty() ? transactions[i].request.endNs
                                                                                        : transactions[i].reply.startNs);
     }
-    // The servo told to answer 40 ms late.
+    // The servo told to answer 160 ms late. Frames are stamped as the monitor reads
+    // them, which a loaded machine delays, so half the delay is the bound.
     const MonitoredTransaction& late = transactions.back();
-    EXPECT_GE(late.reply.startNs - late.request.endNs, 40 * Ms);
+    EXPECT_GE(late.reply.startNs - late.request.endNs, 80 * Ms);
 }
 
 } // namespace

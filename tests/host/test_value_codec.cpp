@@ -1,6 +1,6 @@
 // drvctl's address check and value codec, called directly: what reaches the
 // driver, byte for byte, and what is refused with which text.
-#include "drvctl/address.h"
+#include "addresses/address.h"
 #include "drvctl/value_codec.h"
 
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
-#ifndef DRVCTL_TRANSFER_PLAN_H
-#define DRVCTL_TRANSFER_PLAN_H
+#ifndef ADDRESSES_TRANSFER_PLAN_H
+#define ADDRESSES_TRANSFER_PLAN_H
 
 #include <QList>
 #include <QString>
 
-#include "drvctl/address.h"
+#include "addresses/address.h"
 
 enum class Direction { Read, Write };
 

@@ -1,6 +1,5 @@
-#include "drvctl/transfer_plan.h"
-#include "drvctl/value_codec.h"
-#include "interface/communicator_command.h"
+#include "addresses/transfer_plan.h"
+#include "addresses/data_types.h"
 #include "rtu/rtu_limits.h"
 
 #include <QStringList>

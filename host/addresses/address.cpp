@@ -1,4 +1,4 @@
-#include "drvctl/address.h"
+#include "addresses/address.h"
 #include "interface/communicator_command.h"
 
 #include <cctype>
@@ -140,6 +140,24 @@ bool isBitArea(Area area)
 bool isReadOnly(Area area)
 {
     return area == Area::IR || area == Area::DI;
+}
+
+Area tableOf(Area area)
+{
+    return area == Area::FN6HR ? Area::HR : area == Area::FN5DO ? Area::DO : area;
+}
+
+int writeFunctionOf(Area area)
+{
+    switch (area) {
+    case Area::HR: return 16;
+    case Area::FN6HR: return 6;
+    case Area::DO: return 15;
+    case Area::FN5DO: return 5;
+    case Area::IR:
+    case Area::DI: return 0;
+    }
+    return 0;
 }
 
 QString addressText(const Address& address, int offset, int bit)

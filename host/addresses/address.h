@@ -1,5 +1,5 @@
-#ifndef DRVCTL_ADDRESS_H
-#define DRVCTL_ADDRESS_H
+#ifndef ADDRESSES_ADDRESS_H
+#define ADDRESSES_ADDRESS_H
 
 #include <QString>
 
@@ -30,6 +30,13 @@ QString areaName(Area area);
 bool isBitArea(Area area);
 // IR and DI cannot be written.
 bool isReadOnly(Area area);
+// The slave's table the area reads and writes: FN6HR is HR and FN5DO is DO, each
+// written with a single-element function.
+Area tableOf(Area area);
+// The function a write of the area goes out with: 5 FN5DO, 6 FN6HR, 15 DO, 16 HR
+// (a bit of a register is read, changed and written back as the register); 0 for
+// the read-only areas.
+int writeFunctionOf(Area area);
 
 // The address of the register (or coil) `offset` after this one, with this bit and
 // SW, in upper case: how a split command names its parts.
