@@ -6,7 +6,7 @@ enum ExitCode {
     ExitSuccess = 0,
     ExitDriverFailure = 1, // the driver reported an error (its text is printed)
     ExitUsage = 2,         // bad command, option, address or value
-    ExitSetup = 3,         // the plug-in could not be loaded or the device opened
+    ExitSetup = 3,         // the plug-in could not be loaded, the device opened, or the line was lost
 };
 
 #endif

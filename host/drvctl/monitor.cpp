@@ -7,6 +7,9 @@
 #include "monitor/transaction_decoder.h"
 #include "monitor/transaction_format.h"
 #include "port/monotonic_clock.h"
+#include "port/network_endpoints.h"
+#include "port/port_for_record.h"
+#include "tools/device_setting.h"
 #include "simulator/servo_line.h"
 
 #include <QJsonArray>
@@ -82,9 +85,13 @@ int Session::monitor(const Invocation& request)
 
     // Opened like any port, for its line settings; nothing is ever sent on it.
     SerialPortOptions options;
-    options.device = device;
     options.line = line;
-    SerialPort listener(options);
+    DeviceSetting record(SerialDevice, QString(), 0, 0, 0, 0);
+    QString error;
+    if (!deviceSettingFor(device, line, &record, &error))
+        return out.usage(error, request.command);
+    const std::unique_ptr<SerialPort> port = portForRecord(record, options);
+    SerialPort& listener = *port;
     if (!listener.open())
         return out.failure(listener.errorString(), ExitSetup);
     if (simulatedLine) { // listening from here on, so the path can be handed out
@@ -95,7 +102,6 @@ int Session::monitor(const Invocation& request)
                      .arg(path));
     }
     PcapWriter pcap;
-    QString error;
     if (!request.pcapFile.isEmpty() && !pcap.open(request.pcapFile, &error))
         return out.failure(error, ExitSetup);
 

@@ -7,7 +7,11 @@
 #include "drvctl/stop_signals.h"
 #include "drvctl/trace_capture.h"
 #include "interface/driver_interface.h"
+#include "port/network_endpoints.h"
+#include "port/port_for_record.h"
+#include "port/tcp_port.h"
 #include "simulator/servo_line.h"
+#include "tools/device_setting.h"
 #include "tools/driver_setting.h"
 
 #include <cstdio>
@@ -93,6 +97,7 @@ int Session::startSimulatedLine(const LineSettings* settings)
     if (settings)
         simulatedLine->setLineSettings(settings->baud, settings->stopBits);
     simulatedLine->setEcho(setup.lineEchoes);
+    simulatedLine->setInstant(setup.instant);
     simulatedLine->setMotion(setup.motion);
     for (int id : simulatedLine->stationIds()) {
         StationFaults faults;
@@ -129,15 +134,18 @@ int Session::openPort(const LineSettings& line)
     options.interFrameGap = setup.gap;
     options.requireRs485 = setup.requireRs485;
 
-    options.device = simulatedLine ? QString::fromStdString(simulatedLine->devicePath()) : setup.device;
+    DeviceSetting record(SerialDevice, QString(), 0, 0, 0, 0);
+    QString error;
+    const QString device = simulatedLine ? QString::fromStdString(simulatedLine->devicePath()) : setup.device;
+    if (!deviceSettingFor(device, line, &record, &error))
+        return out.usage(error, setup.command);
 
     if (!setup.pcapFile.isEmpty() && !capture) {
         capture = std::make_unique<TraceCapture>();
-        QString error;
         if (!capture->open(setup.pcapFile, &error))
             return out.failure(error, ExitSetup);
     }
-    ownPort = std::make_unique<SerialPort>(options);
+    ownPort = portForRecord(record, options);
     port = ownPort.get();
     // A shell line may ask for the trace of its own frames.
     if (setup.trace || setup.command == QLatin1String("shell")) {
@@ -170,4 +178,18 @@ void Session::useTransactionSettings(const Invocation& request)
     ownPort->setRetry(chosen(request.retry, setup.retry, baseline.retry));
     ownPort->setDelay(chosen(request.delay, setup.delay, baseline.delayMs));
     ownPort->setTimeoutMs(chosen(request.timeout, setup.timeout, baseline.timeoutMs));
+}
+
+QString Session::lineLost() const
+{
+    const auto* network = dynamic_cast<const TcpPort*>(ownPort.get());
+    return network ? network->lostReason() : QString();
+}
+
+int Session::transferFailure(const QString& error) const
+{
+    const QString lost = lineLost();
+    if (lost.isEmpty())
+        return out.failure(error, ExitDriverFailure);
+    return out.failure(QStringLiteral("line lost: %1: %2").arg(ownPort->options().device, lost), ExitSetup);
 }

@@ -67,6 +67,11 @@ private:
     // The port takes the command's station, retry, delay and time-out, or those the
     // session was started with, or the driver's defaults.
     void useTransactionSettings(const Invocation& request);
+    // Why the line went away under the open port (a device server's connection
+    // reset or closed); empty while it holds.
+    QString lineLost() const;
+    // A failed read or write: the driver's text (exit 1), or the lost line's (exit 3).
+    int transferFailure(const QString& error) const;
 
     // Plug-in, line and port as a command that Needs::Line has them.
     int setUpLine();

@@ -62,6 +62,16 @@ bool SerialPort::open()
         lastError = QStringLiteral("unsupported baud rate: %1").arg(settings.line.baud);
         return false;
     }
+    if (!openDevice())
+        return false;
+    discardInput();
+    gap.opened(monotonicNs());
+    echo.restart();
+    return true;
+}
+
+bool SerialPort::openDevice()
+{
     fd = ::open(settings.device.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
         lastError = QStringLiteral("cannot open %1: %2").arg(settings.device, systemErrorString());
@@ -77,10 +87,28 @@ bool SerialPort::open()
         close();
         return false;
     }
-    tcflush(fd, TCIOFLUSH);
-    gap.opened(monotonicNs());
-    echo.restart();
+    tcflush(fd, TCOFLUSH);
     return true;
+}
+
+void SerialPort::discardInput()
+{
+    tcflush(fd, TCIFLUSH);
+}
+
+void SerialPort::drainOutput()
+{
+    tcdrain(fd);
+}
+
+ssize_t SerialPort::writeSome(const char* data, size_t length)
+{
+    return ::write(fd, data, length);
+}
+
+ssize_t SerialPort::readSome(char* buffer, size_t length)
+{
+    return ::read(fd, buffer, length);
 }
 
 void SerialPort::close()
@@ -146,7 +174,7 @@ void SerialPort::waitForQuietLine()
     // long ago; only a request that follows a request closely (a broadcast, a short
     // time-out) may still be in the UART, and only then is tcdrain worth its call.
     if (gap.transmitting(monotonicNs())) {
-        tcdrain(fd);
+        drainOutput();
         gap.heard(monotonicNs());
     }
     const long long giveUpNs = monotonicNs() + timeoutNs(settings.timeoutMs);
@@ -172,7 +200,7 @@ bool SerialPort::dropLateBytes(long long untilNs)
     if (ppoll(&in, 1, &wait, nullptr) <= 0)
         return true; // quiet so far (or a signal): look at the clock again
     char late[256];
-    const ssize_t n = (in.revents & POLLIN) ? ::read(fd, late, sizeof late) : 0;
+    const ssize_t n = (in.revents & POLLIN) ? readSome(late, sizeof late) : 0;
     if (n > 0) {
         gap.heard(monotonicNs());
         trace.record("LATE", late, static_cast<int>(n));
@@ -188,13 +216,13 @@ int SerialPort::send(const char* data, int length)
     waitForQuietLine();
     if (discardArmed) {
         // Last moment before the request: nothing that came in before it can be its reply.
-        tcflush(fd, TCIFLUSH);
+        discardInput();
         heldBack.clear();
         discardArmed = false;
     }
     int written = 0;
     while (written < length) {
-        const ssize_t n = ::write(fd, data + written, static_cast<size_t>(length - written));
+        const ssize_t n = writeSome(data + written, static_cast<size_t>(length - written));
         if (n > 0) {
             written += static_cast<int>(n);
             continue;
@@ -226,7 +254,7 @@ int SerialPort::readUntil(char* buffer, int maxLength, long long deadlineNs)
             continue;
         if (ready <= 0)
             break;
-        const ssize_t n = ::read(fd, buffer + got, static_cast<size_t>(maxLength - got));
+        const ssize_t n = readSome(buffer + got, static_cast<size_t>(maxLength - got));
         if (n > 0) {
             got += static_cast<int>(n);
             gap.heard(monotonicNs());
@@ -251,7 +279,7 @@ int SerialPort::listen(char* buffer, int maxLength, int waitMs)
         return 0;
     if (!(in.revents & POLLIN))
         return -1; // hung up
-    const ssize_t n = ::read(fd, buffer, static_cast<size_t>(maxLength));
+    const ssize_t n = readSome(buffer, static_cast<size_t>(maxLength));
     if (n > 0)
         return static_cast<int>(n);
     return n < 0 && (errno == EAGAIN || errno == EINTR) ? 0 : -1;
@@ -295,7 +323,7 @@ bool SerialPort::setOption(int code, const QVariant& value)
     Q_UNUSED(value);
     if (code != DiscardInputOption || fd < 0)
         return false;
-    tcflush(fd, TCIFLUSH);
+    discardInput();
     heldBack.clear();
     echo.forget();
     discardArmed = true;

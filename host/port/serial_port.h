@@ -2,6 +2,7 @@
 #define PORT_SERIAL_PORT_H
 
 #include <QString>
+#include <sys/types.h>
 #include <vector>
 
 #include "interface/abstract_device_interface.h"
@@ -77,6 +78,21 @@ public:
     int getStationId() override { return settings.stationId; }
     int getDelay() override { return settings.delayMs; }
 
+protected:
+    // What differs for a line reached another way (a device server over TCP,
+    // TcpPort): getting the descriptor, dropping unread input, waiting until the
+    // request has left, one write and one read of the descriptor.
+    virtual bool openDevice();
+    virtual void discardInput();
+    virtual void drainOutput();
+    virtual ssize_t writeSome(const char* data, size_t length);
+    virtual ssize_t readSome(char* buffer, size_t length);
+
+    SerialPortOptions settings;
+    int fd = -1;
+    QString lastError;
+    FrameTrace trace;
+
 private:
     bool configure();
     void enableRs485();
@@ -85,16 +101,12 @@ private:
     int readUntil(char* buffer, int maxLength, long long deadlineNs);
     void screenEcho(int firstCount, long long* deadlineNs);
 
-    SerialPortOptions settings;
-    int fd = -1;
-    QString lastError;
     QString rs485Message;
     bool rs485On = false;
     bool discardArmed = false;      // option 12 seen since the last request went out
     QuietGap gap;
     EchoFilter echo;
     std::vector<char> heldBack;     // bytes read as an echo that were not one
-    FrameTrace trace;
 };
 
 #endif
