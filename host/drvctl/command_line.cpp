@@ -6,6 +6,7 @@
 #include "drvctl/command_options.h"
 #include "drvctl/command_table.h"
 #include "drvctl/invocation.h"
+#include "port/network_endpoints.h"
 
 #include <QCommandLineParser>
 #include <QHash>
@@ -177,6 +178,11 @@ ParseOutcome parse(const QStringList& arguments, bool shellLine, const QString& 
 
     if (!result.device.isEmpty() && !simulatedLineOption.isEmpty()) {
         *text = QStringLiteral("--%1 is for the simulated line, which --device replaces").arg(simulatedLineOption);
+        return ParseOutcome::Error;
+    }
+    if (result.scanLines && isNetworkDevice(result.device)) {
+        *text = QStringLiteral("--lines tries the settings of a local serial device; the line behind a device server "
+                               "is set on the server (give it with --line)");
         return ParseOutcome::Error;
     }
     if (!checkFaultStations(result, text))

@@ -6,6 +6,7 @@
 #include "drvctl/fault_switches.h"
 #include "drvctl/invocation.h"
 #include "drvctl/value_codec.h"
+#include "port/network_endpoints.h"
 
 #include <QList>
 
@@ -57,14 +58,18 @@ bool setIdList(const QString& name, const QString& text, QList<int>* ids, QStrin
 const OptionDefinition Options[] = {
     {PluginOptions, "plugin", "path", "Driver plug-in to load (also DRVCTL_PLUGIN).",
      true, [](const QString&, const QString& v, Invocation* i, QString*) { i->plugin = v; return true; }},
-    {DeviceOptions, "device", "path", "Serial device; without --device a simulated line is started (an empty path is "
-     "refused: an unset variable in a script must not start one).",
+    {DeviceOptions, "device", "path", "Serial device, or tcp://HOST:PORT for a line behind a serial device server "
+     "(RTU frames as on the wire; several endpoints separated by commas are tried in order); without --device a "
+     "simulated line is started (an empty path is refused: an unset variable in a script must not start one).",
      true, [](const QString& n, const QString& v, Invocation* i, QString* e) {
          if (v.isEmpty()) {
              *e = QStringLiteral("--%1 needs a path: an empty one (an unset variable?) would start the simulated line; "
                                  "leave --%1 out for that").arg(n);
              return false;
          }
+         QList<DeviceSetting::Endpoint> endpoints;
+         if (isNetworkDevice(v) && !parseNetworkEndpoints(v, &endpoints, e))
+             return false;
          i->device = v;
          return true;
      }},
@@ -149,6 +154,22 @@ const OptionDefinition Options[] = {
          i->faults << fault;
          return true;
      }},
+    {ListenOptions, "listen", "address",
+     "Serve the line over TCP as a serial device server does, at tcp://127.0.0.1:PORT (a loopback address only; "
+     "port 0 picks a free one), paced as --line (default: the driver's line).",
+     true, [](const QString& n, const QString& v, Invocation* i, QString* e) {
+         DeviceSetting::Endpoint endpoint;
+         if (!parseListenAddress(v, &endpoint, e)) {
+             *e = QStringLiteral("--%1: %2").arg(n, *e);
+             return false;
+         }
+         i->listenHost = endpoint.first;
+         i->listenPort = endpoint.second;
+         return true;
+     }},
+    {SimulatedLineOptions, "instant", nullptr,
+     "The simulated line answers as fast as it can instead of at the line's pace (characters, 3.5-character turnaround).",
+     true, [](const QString&, const QString&, Invocation* i, QString*) { i->instant = true; return true; }},
     {SimulatedLineOptions, "motion", nullptr, "HR1300 ramps 0..3000 and back, HR1301 counts up, every 100 ms.",
      true, [](const QString&, const QString&, Invocation* i, QString*) { i->motion = true; return true; }},
     {MapOptions, "map", "file", "Register map (CSV): its parameter names go wherever an address goes (also DRVCTL_MAP).",

@@ -5,7 +5,9 @@ namespace {
 
 const CommandDefinition Commands[] = {
     {"info", "", "identity, flags, block sizes and default settings",
-     "Prints the driver's identity, flags, block sizes and default settings.", PluginOptions, 0, 0, Addresses::None,
+     "Prints the driver's identity, flags, block sizes and default settings; with --device also the port record "
+     "it fills (a tcp:// list as its endpoints).",
+     PluginOptions | DeviceOptions, 0, 0, Addresses::None,
      Needs::Driver, false, true, &Session::info},
     {"read", "ADDRESS", "read values (--type, --count), or a parameter by name (--map)",
      "Reads --count values of --type from ADDRESS (HR, IR, DO, DI, FN5DO or FN6HR and a number, e.g. HR100, DO5, "
@@ -50,10 +52,13 @@ const CommandDefinition Commands[] = {
      "is said once and opened again every second.",
      DeviceOptions | SimulatedLineOptions | MonitorOptions, 0, 0, Addresses::None, Needs::Nothing, true, false,
      &Session::monitor},
-    {"simulate", "", "run the simulated servo line and print its device path",
-     "Runs the simulated servo line until Ctrl-C; the first line printed is its device path. Use it with "
-     "--device from another shell.",
-     SimulatedLineOptions, 0, 0, Addresses::None, Needs::Nothing, true, false, &Session::simulate},
+    {"simulate", "", "run the simulated servo line and print its device path and its tap's",
+     "Runs the simulated servo line until Ctrl-C; the first line printed is its device path, the second its "
+     "listen-only tap (\"tap: PATH\"), and with --listen the third the TCP address it serves (\"listen: "
+     "tcp://127.0.0.1:PORT\"). Use the path with --device from another shell, and the tap with monitor --device: "
+     "a monitor on the line's own path would take the bytes meant for the master. The line keeps the line's "
+     "time unless --instant.",
+     SimulatedLineOptions | ListenOptions, 0, 0, Addresses::None, Needs::Nothing, true, false, &Session::simulate},
     {"shell", "", "read commands from stdin, one per line, on one driver and one line",
      "Runs info, read and write commands from stdin, one per line (# starts a comment), on one driver and one "
      "line, so that written values and the driver's station list carry from line to line. The options given here "

@@ -12,7 +12,7 @@ enum OptionGroup : unsigned {
     DeviceOptions = 1u << 1,        // --device --line
     TransactionOptions = 1u << 2,   // --station --retry --delay --timeout
     LinkOptions = 1u << 3,          // --trace --pcap --echo --no-gap --rs485
-    SimulatedLineOptions = 1u << 4, // --stations --line-echo --fault --motion --line
+    SimulatedLineOptions = 1u << 4, // --stations --line-echo --fault --motion --instant --line
     TypeOptions = 1u << 5,          // --type
     ReadOptions = 1u << 6,          // --count (elements) --hex
     PollOptions = 1u << 7,          // --elements --hex --count (rounds) --interval
@@ -23,6 +23,7 @@ enum OptionGroup : unsigned {
     RestoreOptions = 1u << 12,      // --force --dry-run
     DiffOptions = 1u << 13,         // --all
     PollLogOptions = 1u << 14,      // --csv --plot
+    ListenOptions = 1u << 15,       // --listen
     EveryCommand = ~0u,             // --json
 };
 

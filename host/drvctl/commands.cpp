@@ -5,6 +5,8 @@
 #include "drvctl/session.h"
 #include "drvctl/value_codec.h"
 #include "interface/driver_interface.h"
+#include "port/line_settings.h"
+#include "port/network_endpoints.h"
 #include "tools/device_setting.h"
 #include "tools/driver_setting.h"
 
@@ -76,6 +78,30 @@ int Session::info(const Invocation&)
          << QStringLiteral("default line:   %1").arg(driver->getStringBasedDefaultDriverSetting())
          << QStringLiteral("device setting: %1").arg(deviceDump)
          << QStringLiteral("driver setting: %1").arg(driverDump);
+    if (!setup.device.isEmpty()) {
+        // The record --device and --line fill, as the panel would hand it to a port.
+        LineSettings line;
+        const int status = lineSettings(&line);
+        if (status != ExitSuccess)
+            return status;
+        auto record = std::make_unique<DeviceSetting>(SerialDevice, QString(), 0, 0, 0, 0);
+        QString error;
+        if (!deviceSettingFor(setup.device, line, record.get(), &error))
+            return out.usage(error, setup.command);
+        QJsonArray endpoints;
+        for (const DeviceSetting::Endpoint& endpoint : record->socketData)
+            endpoints.append(endpointText(endpoint));
+        const QString portDump = dumpOf(new DeviceSetting(*record));
+        object.insert(QStringLiteral("portSetting"), portDump);
+        object.insert(QStringLiteral("endpoints"), endpoints);
+        text << QStringLiteral("port setting:   %1").arg(portDump);
+        QStringList endpointTexts;
+        for (const QJsonValue& endpoint : endpoints)
+            endpointTexts << endpoint.toString();
+        if (!endpointTexts.isEmpty())
+            text << QStringLiteral("endpoints:      %1 (current: %2)")
+                        .arg(endpointTexts.join(QLatin1Char(' ')), endpointText(record->socketData.value(record->currentIPIndex)));
+    }
     out.result(object, text.join(QLatin1Char('\n')));
     return ExitSuccess;
 }

@@ -49,6 +49,9 @@ struct Invocation {
     bool lineEchoes = false;      // the simulated line repeats what it hears
     QList<FaultSwitch> faults;
     bool motion = false; // a few simulated registers move
+    bool instant = false; // the simulated line does not keep the line's time
+    QString listenHost;   // simulate --listen: serve the line over TCP here
+    int listenPort = -1;
 
     QString map;         // --map or DRVCTL_MAP: parameter names wherever an address goes
     QString output;      // backup, plot: -o

@@ -8,7 +8,9 @@
 #include "monitor/transaction_decoder.h"
 #include "monitor/transaction_format.h"
 #include "port/monotonic_clock.h"
-#include "port/serial_port.h"
+#include "port/network_endpoints.h"
+#include "port/port_for_record.h"
+#include "tools/device_setting.h"
 #include "simulator/servo_line.h"
 
 #include <QJsonArray>
@@ -89,9 +91,12 @@ int Session::monitor(const Invocation& request)
 
     // Opened like any port, for its line settings; nothing is ever sent on it.
     SerialPortOptions options;
-    options.device = device;
     options.line = line;
-    SerialPort listener(options);
+    DeviceSetting record(SerialDevice, QString(), 0, 0, 0, 0);
+    if (!deviceSettingFor(device, line, &record, &error))
+        return out.usage(error, request.command);
+    const std::unique_ptr<SerialPort> port = portForRecord(record, options);
+    SerialPort& listener = *port;
     listener.setStopFd(stopSignalFd());
     if (!listener.open())
         return out.failure(listener.errorString(), ExitSetup);

@@ -7,8 +7,11 @@
 #include "drvctl/stop_signals.h"
 #include "drvctl/trace_capture.h"
 #include "interface/driver_interface.h"
+#include "port/network_endpoints.h"
+#include "port/port_for_record.h"
 #include "port/serial_port.h"
 #include "simulator/servo_line.h"
+#include "tools/device_setting.h"
 #include "tools/driver_setting.h"
 
 #include <cstdio>
@@ -107,6 +110,7 @@ int Session::startSimulatedLine(const LineSettings* settings)
     if (settings)
         simulatedLine->setLineSettings(settings->baud, settings->stopBits);
     simulatedLine->setEcho(setup.lineEchoes);
+    simulatedLine->setInstant(setup.instant);
     simulatedLine->setMotion(setup.motion);
     for (int id : simulatedLine->stationIds()) {
         StationFaults faults;
@@ -143,17 +147,20 @@ int Session::openPort(const LineSettings& line)
     options.interFrameGap = setup.gap;
     options.requireRs485 = setup.requireRs485;
 
-    options.device = simulatedLine ? QString::fromStdString(simulatedLine->devicePath()) : setup.device;
+    DeviceSetting record(SerialDevice, QString(), 0, 0, 0, 0);
+    QString error;
+    const QString device = simulatedLine ? QString::fromStdString(simulatedLine->devicePath()) : setup.device;
+    if (!deviceSettingFor(device, line, &record, &error))
+        return out.usage(error, setup.command);
 
     if (!setup.pcapFile.isEmpty() && !capture) {
         capture = std::make_unique<TraceCapture>();
-        QString error;
         if (!capture->open(setup.pcapFile, &error))
             return out.failure(error, ExitSetup);
     }
-    auto serial = std::make_unique<SerialPort>(options);
-    const SerialPort* opened = serial.get();
-    ownPort = std::move(serial);
+    auto opened = portForRecord(record, options);
+    const SerialPort* serial = opened.get();
+    ownPort = std::move(opened);
     port = linePort = ownPort.get();
     ownPort->setStopFd(stopSignalFd());
     // A shell line may ask for the trace of its own frames.
@@ -167,8 +174,8 @@ int Session::openPort(const LineSettings& line)
         ownPort->setTraceByteSink(capture->byteSink());
     if (!ownPort->open())
         return out.failure(ownPort->errorString(), ExitSetup);
-    if (setup.trace && !opened->rs485Status().isEmpty())
-        out.note(QStringLiteral("drvctl: ") + opened->rs485Status());
+    if (setup.trace && !serial->rs485Status().isEmpty())
+        out.note(QStringLiteral("drvctl: ") + serial->rs485Status());
     baseline = ownPort->transactionSettings();
     useTransactionSettings(setup);
     if (driver)

@@ -100,6 +100,14 @@ bool parseLineSettings(const QString& text, LineSettings* settings, QString* err
     return true;
 }
 
+void writeLineSettings(const LineSettings& line, DeviceSetting* record)
+{
+    record->baudrate = line.baud;
+    record->databits = line.dataBits;
+    record->parity = line.parity == 'O' ? 1 : line.parity == 'E' ? 2 : 0;
+    record->stopbits = line.stopBits == 2 ? 2 : 0;
+}
+
 bool lineSettingsFromDeviceSetting(const DeviceSetting& record, LineSettings* settings, QString* error)
 {
     LineSettings converted;

@@ -26,6 +26,9 @@ bool parseLineSettings(const QString& text, LineSettings* settings, QString* err
 bool lineSettingsFromDeviceSetting(const DeviceSetting& record, LineSettings* settings,
                                    QString* error);
 
+// The same codes the other way, into a port record's line fields.
+void writeLineSettings(const LineSettings& line, DeviceSetting* record);
+
 // Baud rates the port layer can set; everything else is refused by name.
 bool isSupportedBaud(int baud);
 

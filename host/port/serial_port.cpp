@@ -63,6 +63,17 @@ bool SerialPort::open()
         lastError = QStringLiteral("unsupported baud rate: %1").arg(settings.line.baud);
         return false;
     }
+    if (!openDevice())
+        return false;
+    discardInput();
+    gap.opened(monotonicNs());
+    echo.restart();
+    clearLost();
+    return true;
+}
+
+bool SerialPort::openDevice()
+{
     if (!lock.takeLockFile(settings.device, &lastError))
         return false;
     fd = ::open(settings.device.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
@@ -83,11 +94,28 @@ bool SerialPort::open()
         close();
         return false;
     }
-    tcflush(fd, TCIOFLUSH);
-    gap.opened(monotonicNs());
-    echo.restart();
-    clearLost();
+    tcflush(fd, TCOFLUSH);
     return true;
+}
+
+void SerialPort::discardInput()
+{
+    tcflush(fd, TCIFLUSH);
+}
+
+void SerialPort::drainOutput()
+{
+    tcdrain(fd);
+}
+
+ssize_t SerialPort::writeSome(const char* data, size_t length)
+{
+    return ::write(fd, data, length);
+}
+
+ssize_t SerialPort::readSome(char* buffer, size_t length)
+{
+    return ::read(fd, buffer, length);
 }
 
 void SerialPort::close()
@@ -155,7 +183,7 @@ void SerialPort::waitForQuietLine()
     // long ago; only a request that follows a request closely (a broadcast, a short
     // time-out) may still be in the UART, and only then is tcdrain worth its call.
     if (gap.transmitting(monotonicNs())) {
-        tcdrain(fd);
+        drainOutput();
         gap.heard(monotonicNs());
     }
     const long long giveUpNs = monotonicNs() + timeoutNs(transaction.timeoutMs);
@@ -202,7 +230,7 @@ int SerialPort::send(const char* data, int length)
     waitForQuietLine();
     if (discardArmed) {
         // Last moment before the request: nothing that came in before it can be its reply.
-        tcflush(fd, TCIFLUSH);
+        discardInput();
         heldBack.clear();
         discardArmed = false;
     }
@@ -211,24 +239,25 @@ int SerialPort::send(const char* data, int length)
         return -1;
     requestLeaving(monotonicNs());
     replyFlowing = false;
-    const int written = write(data, length);
+    const int written = transmit(data, length);
     trace.record("TX", data, written);
     echo.sent(data, written);
     return written;
 }
 
 // Puts bytes into the UART and notes when their last bit will have left.
-int SerialPort::write(const char* data, int length)
+int SerialPort::transmit(const char* data, int length)
 {
     int written = 0;
     while (written < length) {
-        const ssize_t n = ::write(fd, data + written, static_cast<size_t>(length - written));
+        const ssize_t n = writeSome(data + written, static_cast<size_t>(length - written));
         if (n > 0) {
             written += static_cast<int>(n);
             continue;
         }
         if (n < 0 && errno != EAGAIN && errno != EINTR) {
-            markLost(systemErrorString());
+            if (!lost())
+                markLost(systemErrorString());
             break;
         }
         const Wait wait = waitFor(fd, POLLOUT, monotonicNs() + timeoutNs(std::max(1, transaction.timeoutMs)));
@@ -251,9 +280,9 @@ bool SerialPort::probeEcho(const char* request)
     waitForQuietLine();
     if (lost() || stopped())
         return false;
-    tcflush(fd, TCIFLUSH);
+    discardInput();
     trace.note(QStringLiteral("does the line echo? a probe with a spoilt CRC, which no station answers"));
-    const int written = write(probe.data(), static_cast<int>(probe.size()));
+    const int written = transmit(probe.data(), static_cast<int>(probe.size()));
     trace.record("TX", probe.data(), written);
     std::vector<char> heard(probe.size() + 1);
     // Until the probe has left and the line has been quiet as long as ends a reply.
@@ -284,7 +313,7 @@ bool SerialPort::probeEcho(const char* request)
 
 int SerialPort::readAvailable(char* buffer, int maxLength)
 {
-    const ssize_t n = ::read(fd, buffer, static_cast<size_t>(maxLength));
+    const ssize_t n = readSome(buffer, static_cast<size_t>(maxLength));
     if (n > 0) {
         const long long now = monotonicNs();
         gap.heard(now);
@@ -295,6 +324,8 @@ int SerialPort::readAvailable(char* buffer, int maxLength)
     }
     if (n < 0 && (errno == EAGAIN || errno == EINTR))
         return 0;
+    if (lost()) // the kind of port said why already
+        return -1;
     if (n < 0)
         markLost(systemErrorString()); // an unplugged adapter: EIO
     else
@@ -386,7 +417,7 @@ bool SerialPort::setOption(int code, const QVariant& value)
     Q_UNUSED(value);
     if (code != DiscardInputOption || fd < 0)
         return false;
-    tcflush(fd, TCIFLUSH);
+    discardInput();
     heldBack.clear();
     echo.forget();
     discardArmed = true;

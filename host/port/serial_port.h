@@ -2,6 +2,7 @@
 #define PORT_SERIAL_PORT_H
 
 #include <QString>
+#include <sys/types.h>
 #include <vector>
 
 #include "port/device_lock.h"
@@ -68,22 +69,35 @@ public:
     int send(const char* data, int length) override;
     bool setOption(int code, const QVariant& value) override;
 
+protected:
+    // What differs for a line reached another way (a device server over TCP,
+    // TcpPort): getting the descriptor, dropping unread input, waiting until the
+    // request has left, one write and one read of the descriptor.
+    virtual bool openDevice();
+    virtual void discardInput();
+    virtual void drainOutput();
+    virtual ssize_t writeSome(const char* data, size_t length);
+    virtual ssize_t readSome(char* buffer, size_t length);
+    // The descriptor hung up: say why (markLost).
+    virtual void hungUp();
+
+    SerialPortOptions settings;
+    int fd = -1;
+    QString lastError;
+    FrameTrace trace;
+
 private:
     bool configure();
     void enableRs485();
     void waitForQuietLine();
     bool dropLateBytes(long long untilNs);
-    int write(const char* data, int length);
+    int transmit(const char* data, int length);
     bool probeEcho(const char* request);
     // One read of what is there: bytes, 0 for none, -1 when the line is lost.
     int readAvailable(char* buffer, int maxLength);
-    void hungUp();
     int readUntil(char* buffer, int maxLength, long long firstByteDeadlineNs);
     long long screenEcho(int firstCount, long long firstByteDeadlineNs);
 
-    SerialPortOptions settings;
-    int fd = -1;
-    QString lastError;
     QString rs485Message;
     QString echoDoubt;
     bool rs485On = false;
@@ -95,7 +109,6 @@ private:
     QuietGap gap;
     EchoFilter echo;
     std::vector<char> heldBack;     // bytes read as an echo that were not one
-    FrameTrace trace;
 };
 
 #endif

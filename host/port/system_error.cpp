@@ -18,3 +18,8 @@ QString systemErrorString()
 {
     return QString::fromLocal8Bit(systemErrorText().c_str());
 }
+
+QString systemErrorString(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}

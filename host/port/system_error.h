@@ -9,7 +9,8 @@
 std::string systemErrorText();
 // "what: text", naming the call or the file that failed.
 std::string systemError(const char* what);
-// The text alone, for Qt messages.
+// The text alone, for Qt messages; of the last failure, or of an errno value kept.
 QString systemErrorString();
+QString systemErrorString(int error);
 
 #endif

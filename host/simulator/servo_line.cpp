@@ -14,6 +14,7 @@
 #include <poll.h>
 #include <stdlib.h>
 #include <sys/eventfd.h>
+#include <sys/prctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -21,9 +22,17 @@ namespace {
 
 // Silence after which a half-received frame is given up (or, with an unknown
 // function code, taken as whole): far longer than any gap inside a frame.
-constexpr int ResyncSilenceMs = 20;
+constexpr long long ResyncSilenceNs = 20 * 1000000LL;
 
 } // namespace
+
+void ServoLine::wakeThread()
+{
+    const uint64_t one = 1;
+    if (write(wakeFd, &one, sizeof one) < 0) {
+        // the thread also notices on its next wake-up
+    }
+}
 
 ServoLine::ServoLine(std::vector<int> stationIds)
 {
@@ -81,13 +90,11 @@ void ServoLine::stop()
 {
     if (running) {
         running = false;
-        const uint64_t one = 1;
-        if (write(wakeFd, &one, sizeof one) < 0) {
-            // the thread also notices running on its next wake-up
-        }
+        wakeThread();
     }
     if (worker.joinable())
         worker.join();
+    closeNetwork();
     std::lock_guard<std::mutex> guard(tapLock);
     for (int* fd : {&masterFd, &slaveKeeper, &wakeFd, &tapFd, &tapKeeper}) {
         if (*fd >= 0)
@@ -138,12 +145,8 @@ void ServoLine::setMotion(bool on)
         motion.start(monotonicNs());
     else
         motion.stop();
-    if (running) {
-        // Wake the thread so that it starts keeping the tick.
-        const uint64_t one = 1;
-        if (write(wakeFd, &one, sizeof one) < 0) {
-        }
-    }
+    if (running)
+        wakeThread(); // so that the thread starts keeping the tick
 }
 
 void ServoLine::advanceMotion()
@@ -163,23 +166,30 @@ void ServoLine::advanceMotion()
     }
 }
 
-int ServoLine::pollTimeoutMs() const
+// The next moment the thread has something to do: a transmission ends, a
+// half-heard request is given up, the motion ticks. -1: only input wakes it.
+long long ServoLine::wakeAtNs() const
 {
-    int timeout = assembler.holding() ? ResyncSilenceMs : -1;
+    long long at = schedule.nextDueNs();
+    const auto earliest = [&at](long long candidate) { at = at < 0 ? candidate : std::min(at, candidate); };
+    if (assembler.holding())
+        earliest(lastRequest.endNs + ResyncSilenceNs);
     std::lock_guard<std::mutex> guard(lock);
-    if (motion.on()) {
-        const long long untilTick = std::max(0LL, (motion.nextTickNs() - monotonicNs()) / 1000000LL + 1);
-        timeout = timeout < 0 ? static_cast<int>(untilTick) : std::min(timeout, static_cast<int>(untilTick));
-    }
-    return timeout;
+    if (motion.on())
+        earliest(motion.nextTickNs());
+    return at;
 }
 
 void ServoLine::run()
 {
-    uint8_t buffer[512];
+    // Characters end to the microsecond: wake when asked, not up to 50 us later.
+    prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);
     while (running) {
-        pollfd fds[2] = {{masterFd, POLLIN, 0}, {wakeFd, POLLIN, 0}};
-        const int ready = poll(fds, 2, pollTimeoutMs());
+        pollfd fds[4] = {{masterFd, POLLIN, 0}, {wakeFd, POLLIN, 0}, {listenFd, POLLIN, 0}, {networkFd, POLLIN, 0}};
+        const long long wakeAt = wakeAtNs();
+        const long long leftNs = std::max(0LL, wakeAt - monotonicNs());
+        const timespec wait = {static_cast<time_t>(leftNs / 1000000000LL), static_cast<long>(leftNs % 1000000000LL)};
+        const int ready = ppoll(fds, 4, wakeAt < 0 ? nullptr : &wait, nullptr);
         if (ready < 0 && errno != EINTR)
             break;
         if (!running)
@@ -190,21 +200,38 @@ void ServoLine::run()
             if (read(wakeFd, &count, sizeof count) < 0) {
             }
         }
-        if (ready == 0) {
-            if (assembler.holding())
-                handleFrames(assembler.silence());
-            continue;
-        }
         if (fds[0].revents & POLLIN) {
-            const ssize_t got = read(masterFd, buffer, sizeof buffer);
-            if (got > 0)
-                takeBytes(buffer, static_cast<size_t>(got));
+            readMaster();
         } else if (fds[0].revents & (POLLHUP | POLLERR)) {
             // No client has the line open (cannot last while we keep our own end):
             // do not spin.
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
+        if (fds[2].revents & POLLIN)
+            acceptNetworkClient();
+        if (fds[3].revents & (POLLIN | POLLHUP | POLLERR))
+            readNetworkClient();
+        if (dropClient.exchange(false))
+            dropNetworkConnection();
+        for (;;) {
+            const std::vector<Transmission> ended = schedule.due(monotonicNs());
+            if (ended.empty())
+                break;
+            for (const Transmission& t : ended)
+                deliver(t);
+        }
+        if (assembler.holding() && !schedule.busy(LineDriver::Master) && !schedule.busy(LineDriver::Network)
+            && monotonicNs() >= lastRequest.endNs + ResyncSilenceNs)
+            handleFrames(assembler.silence(), lastRequest);
     }
+}
+
+void ServoLine::readMaster()
+{
+    uint8_t buffer[512];
+    const ssize_t got = read(masterFd, buffer, sizeof buffer);
+    if (got > 0)
+        takeBytes(LineDriver::Master, buffer, static_cast<size_t>(got));
 }
 
 void ServoLine::setLineSettings(int baud, int stopBits)
@@ -225,87 +252,3 @@ bool ServoLine::clientMatchesLine() const
     const LineSettings set = lineSettingsOf(client);
     return set.baud == lineBaud && set.stopBits == lineStopBits;
 }
-
-void ServoLine::takeBytes(const uint8_t* bytes, size_t count)
-{
-    if (echo)
-        writeToMaster(std::vector<uint8_t>(bytes, bytes + count));
-    const LinePace pace = linePace();
-    const long long heardNs = pacer.heard(pace, count, monotonicNs());
-    if (pace.kept) {
-        sleepUntil(heardNs);
-        writeToTap(bytes, count);
-    }
-    if (!clientMatchesLine())
-        return;
-    handleFrames(assembler.take(bytes, count));
-}
-
-void ServoLine::handleFrames(const RequestAssembler::Frames& frames)
-{
-    for (const std::vector<uint8_t>& frame : frames)
-        handleFrame(frame);
-}
-
-void ServoLine::handleFrame(const std::vector<uint8_t>& frame)
-{
-    const int slave = frame[0];
-    std::vector<uint8_t> reply;
-    int delayMs = 0;
-    {
-        std::lock_guard<std::mutex> guard(lock);
-        heard.push_back(frame);
-        if (heard.size() > HistoryLimit)
-            heard.pop_front();
-        ++heardPerStation[slave];
-        if (slave == 0) {
-            // Broadcast: every station acts, none answers.
-            for (auto& entry : stations)
-                entry.second->answer(frame);
-            return;
-        }
-        SimulatedStation* station = find(slave);
-        if (station == nullptr)
-            return; // nobody there: the master times out
-        reply = station->reply(frame, &delayMs);
-    }
-    if (reply.empty())
-        return;
-    sleepUntil(pacer.replyDone(linePace(), reply.size(), monotonicNs(), delayMs * 1000000LL));
-    writeToMaster(reply);
-    writeToTap(reply.data(), reply.size());
-}
-
-LinePace ServoLine::linePace() const
-{
-    LinePace pace;
-    {
-        std::lock_guard<std::mutex> guard(tapLock);
-        pace.kept = tapFd >= 0;
-    }
-    // The client's termios settings live on the shared slave side of the pty.
-    termios settings{};
-    if (!pace.kept || tcgetattr(slaveKeeper, &settings) != 0)
-        return pace;
-    const LineSettings line = lineSettingsOf(settings);
-    pace.characterNs = characterTimeNs(line);
-    pace.gapNs = interFrameGapMicros(line.baud) * 1000LL;
-    return pace;
-}
-
-void ServoLine::writeToMaster(const std::vector<uint8_t>& bytes)
-{
-    size_t done = 0;
-    while (done < bytes.size() && running) {
-        const ssize_t wrote = write(masterFd, bytes.data() + done, bytes.size() - done);
-        if (wrote > 0) {
-            done += static_cast<size_t>(wrote);
-            continue;
-        }
-        if (wrote < 0 && errno != EAGAIN && errno != EINTR)
-            return;
-        pollfd out = {masterFd, POLLOUT, 0};
-        poll(&out, 1, 50);
-    }
-}
-

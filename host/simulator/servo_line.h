@@ -11,7 +11,8 @@
 #include <thread>
 #include <vector>
 
-#include "simulator/line_pacer.h"
+#include "port/line_settings.h"
+#include "simulator/line_schedule.h"
 #include "simulator/request_assembler.h"
 #include "simulator/servo_motion.h"
 #include "simulator/station_faults.h"
@@ -20,8 +21,12 @@ class SimulatedStation;
 
 // Several simulated servos on one pseudo-terminal. A client opens devicePath()
 // like a serial device; a thread reads its requests, splits them into frames,
-// hands each to the station its slave byte names and writes the reply back at
-// once; with a tap open it keeps the pace of a real line instead (see openTap).
+// hands each to the station its slave byte names and writes the reply back.
+// The line keeps a real line's time: every character takes its time at the baud
+// rate and framing the client set, a servo answers 3.5 characters after the
+// request has ended (plus its delay fault), and its reply takes its characters'
+// time too. The servos answer independently: a late reply goes onto the line
+// when it is due, into whatever transaction runs then (see LineSchedule).
 // Every public member is safe to call from any thread while the line runs.
 class ServoLine {
 public:
@@ -55,6 +60,19 @@ public:
     void setLineSettings(int baud, int stopBits);
     // The line repeats every byte it hears, as a 2-wire adapter hears itself.
     void setEcho(bool on) { echo = on; }
+    // Characters take no time and servos answer at once (plus their delay
+    // fault), as fast as the pseudo-terminal allows: for tests that need speed.
+    void setInstant(bool on) { instant = on; }
+
+    // Serves the line as a serial device server in "TCP server" mode does: RTU
+    // frames as on the wire over one TCP connection, on a loopback address only
+    // (host "127.0.0.1", "::1" or "localhost"; port 0 picks a free one). A new
+    // connection takes over from the one before. `remote` is the line the server
+    // would be set to: its pace, since TCP carries no baud rate. Returns the
+    // address served ("tcp://127.0.0.1:5020"), or empty with a readable error.
+    std::string listen(const std::string& host, int port, const LineSettings& remote, std::string* error = nullptr);
+    // Closes the connection of the TCP client, as a device server that resets.
+    void dropNetworkClient();
 
     // Something alive to poll and monitor. While on, every station's
     //   HR1300 (address 1299, the register the driver's HR60010 mirrors) ramps
@@ -71,9 +89,6 @@ public:
     // A listen-only second pseudo-terminal that sees the line as a bus adapter in
     // receive-only mode would: requests and replies in the order they pass, with
     // the real silences between frames (the echo of a 2-wire line is not a frame).
-    // From then on the line keeps the pace of the baud rate the client set: each
-    // frame reaches the other side (and the tap) after its characters' time, and a
-    // reply starts 3.5 characters after its request.
     // A listener discards the input waiting when it opens the tap: what the line
     // said before then is kept until the tap's buffer fills. Opening it again
     // gives the same path. Empty, with a readable error, on failure.
@@ -88,13 +103,22 @@ public:
 
 private:
     void run();
-    int pollTimeoutMs() const;
-    void takeBytes(const uint8_t* bytes, size_t count);
-    void handleFrames(const RequestAssembler::Frames& frames);
-    void handleFrame(const std::vector<uint8_t>& frame);
-    LinePace linePace() const;
+    long long wakeAtNs() const;
+    void readMaster();
+    void takeBytes(LineDriver from, const uint8_t* bytes, size_t count);
+    void deliver(const Transmission& transmission);
+    void handleFrames(const RequestAssembler::Frames& frames, const Transmission& request);
+    void handleFrame(const std::vector<uint8_t>& frame, const Transmission& request);
+    LinePace masterPace() const;
     void writeToMaster(const std::vector<uint8_t>& bytes);
     void writeToTap(const uint8_t* bytes, size_t count);
+    // servo_line_network.cpp
+    void acceptNetworkClient();
+    void readNetworkClient();
+    void writeToNetworkClient(const std::vector<uint8_t>& bytes);
+    void dropNetworkConnection();
+    void wakeThread();
+    void closeNetwork();
     void advanceMotion();
     bool clientMatchesLine() const;
     SimulatedStation* find(int station) const;
@@ -104,8 +128,12 @@ private:
     std::deque<std::vector<uint8_t>> heard;
     std::map<int, int> heardPerStation;
     RequestAssembler assembler;   // thread only
-    LinePacer pacer;              // thread only
+    LineSchedule schedule;        // thread only
+    long long masterSendsUntilNs = 0;  // thread only: the client's UART is busy until then
+    long long networkSendsUntilNs = 0; // thread only: the same for the TCP client
+    Transmission lastRequest;          // thread only: when and at which pace it ended
     std::atomic<bool> echo{false};
+    std::atomic<bool> instant{false};
     std::atomic<int> lineBaud{0};
     std::atomic<int> lineStopBits{2};
     std::atomic<bool> running{false};
@@ -118,6 +146,10 @@ private:
     int tapFd = -1;
     int tapKeeper = -1; // holds the tap's raw settings; its unread input is never read
     std::string tapPath;
+    std::atomic<int> listenFd{-1};    // the device server's socket
+    std::atomic<int> networkFd{-1};   // its client, one at a time
+    std::atomic<bool> dropClient{false};
+    LinePace networkPace;             // under lock
     std::thread worker;
 };
 

@@ -137,7 +137,7 @@ TEST(DrvctlTest, FaultSwitchesReachTheSimulatedServos)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.fault);
-        const Outcome run = drvctl({"read", "HR1", "--retry", "0", "--timeout", "60", "--fault", c.fault});
+        const Outcome run = drvctl({"read", "HR1", "--retry", "0", "--timeout", "60", "--instant", "--fault", c.fault});
         EXPECT_EQ(run.exitCode, c.exitCode);
         EXPECT_EQ(run.err, c.err);
     }

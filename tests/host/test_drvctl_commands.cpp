@@ -22,7 +22,7 @@ StationSet stationsIn(const QJsonArray& found)
 
 TEST(DrvctlScan, FindsTheSimulatedServosAtTheLinesSettingsOnly)
 {
-    const Outcome run = drvctl({"scan", "--ids", "1-4", "--lines", "--timeout", "20", "--json"});
+    const Outcome run = drvctl({"scan", "--ids", "1-4", "--lines", "--timeout", "20", "--json", "--instant"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     const QJsonObject result = run.json(0);
     EXPECT_EQ(result.value(QStringLiteral("probed")).toInt(), 4 * 30);
@@ -40,7 +40,7 @@ TEST(DrvctlScan, FindsTheSimulatedServosAtTheLinesSettingsOnly)
 
 TEST(DrvctlScan, ReportsExceptionsAsAnswersAndExitsOneWhenNothingAnswers)
 {
-    const Outcome run = drvctl({"scan", "--ids", "1-4", "--timeout", "20", "--fault", "2:exception=1:2",
+    const Outcome run = drvctl({"scan", "--ids", "1-4", "--timeout", "20", "--instant", "--fault", "2:exception=1:2",
                                 "--fault", "3:silent"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     const QStringList lines = run.lines();

@@ -17,6 +17,7 @@ protected:
     void SetUp() override
     {
         std::string error;
+        line.setInstant(true); // whole parameter sets, read and written
         ASSERT_TRUE(line.start(&error)) << error;
         device = QString::fromStdString(line.devicePath());
     }

@@ -110,7 +110,7 @@ TEST(DrvctlRefuses, InJsonWhenAskedTo)
 TEST(DrvctlRefuses, StationListThatWouldSendToNoServo)
 {
     // The table is the driver's, kept for the session: what it holds decides.
-    const Outcome run = drvctl({"shell", "--retry", "0", "--timeout", "50"},
+    const Outcome run = drvctl({"shell", "--retry", "0", "--timeout", "50", "--instant"},
                                "write HR60000 2 2\n"  // a list of 2 with its second entry still 0
                                "write HR60010 5\n"    // refused: the fan-out would broadcast
                                "read HR60010\n"       // refused: HR60009 names no station
@@ -161,7 +161,7 @@ TEST(DrvctlSplits, CountsBeyondOneTransactionAtTheModbusLimits)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.arguments.join(QLatin1Char(' ')).toStdString());
-        const Outcome run = drvctl(c.arguments + QStringList{"--trace", "--json"});
+        const Outcome run = drvctl(c.arguments + QStringList{"--trace", "--json", "--instant"});
         ASSERT_EQ(run.exitCode, 0) << run.err;
         EXPECT_EQ(framesSent(run.err), c.requests) << run.err;
         const int count = c.arguments.at(c.arguments.indexOf(QStringLiteral("--count")) + 1).toInt();
@@ -176,7 +176,7 @@ TEST(DrvctlSplits, ALongWriteReadsBackWhole)
     QStringList values;
     for (int v = 1; v <= 300; ++v)
         values << QString::number(v * 7);
-    const Outcome run = drvctl({"shell", "--trace"}, QStringLiteral("write HR2001 %1\nread HR2001 --count 300\n"
+    const Outcome run = drvctl({"shell", "--trace", "--instant"}, QStringLiteral("write HR2001 %1\nread HR2001 --count 300\n"
                                                                       "write DO1 %2\nread DO1 --count 1970\n")
                                                          .arg(values.join(QLatin1Char(' ')),
                                                               QString(QStringLiteral("1 ")).repeated(1969) + QStringLiteral("0"))

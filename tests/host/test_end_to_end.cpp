@@ -17,6 +17,7 @@ protected:
     void SetUp() override
     {
         std::string error;
+        line.setInstant(true); // short time-outs; the paced line has tests of its own
         ASSERT_TRUE(line.start(&error)) << error;
         driver = createDriver();
         ASSERT_TRUE(driver) << "CreateDriver not found in " << TECO_SERVO_PLUGIN_PATH;

@@ -1,6 +1,8 @@
 // The simulated line over a pseudo-terminal: what each fault does to a reply,
-// the moving registers and the bounded request history.
+// the moving registers, the bounded request history, the line's time and
+// servos that answer independently.
 #include "host_test_support.h"
+#include "port/monotonic_clock.h"
 #include "rtu/rtu_frame.h"
 #include "simulator/servo_line.h"
 
@@ -10,6 +12,8 @@
 #include <thread>
 
 namespace {
+
+constexpr long long Ms = 1000000;
 
 // Station 1 with one fault, asked for HR1..HR2 (0x1234, 0x5678) by a bare port.
 TEST(ServoLineTest, EachFaultShapesTheReply)
@@ -29,6 +33,7 @@ TEST(ServoLineTest, EachFaultShapesTheReply)
         {[](StationFaults& f) { f.exceptionAddress = 0; f.wrongFunctionCode = true; }, "01 84 04 42 c3"},
     };
     ServoLine line;
+    line.setInstant(true);
     ASSERT_TRUE(line.start());
     line.setHoldingRegister(1, 0, 0x1234);
     line.setHoldingRegister(1, 1, 0x5678);
@@ -67,6 +72,7 @@ TEST(ServoLineTest, MotionRampsOneRegisterAndCountsInTheNext)
 TEST(ServoLineTest, HistoryKeepsTheLatestRequestsAndCountsThemAll)
 {
     ServoLine line;
+    line.setInstant(true); // a thousand requests
     ASSERT_TRUE(line.start());
     SerialPort port(portOptions(line.devicePath(), 60));
     ASSERT_TRUE(port.open());
@@ -85,6 +91,72 @@ TEST(ServoLineTest, HistoryKeepsTheLatestRequestsAndCountsThemAll)
     ASSERT_EQ(history.size(), ServoLine::HistoryLimit);
     EXPECT_EQ(history.front()[5], 5); // the first five are gone
     EXPECT_EQ(line.holdingRegister(3, 9), sent - 1);
+}
+
+// A read of `registers` from station 1 at each line setting: the reply comes no
+// sooner than the line allows (request, 3.5 characters, reply) and not much later.
+TEST(ServoLineTest, RoundTripsTakeTheLinesTime)
+{
+    const struct {
+        const char* line;
+        int registers;
+    } cases[] = {
+        {"RS485,9600,NONE,8,2", 1}, {"RS485,9600,NONE,8,2", 125}, {"RS485,19200,NONE,8,1", 10},
+        {"RS485,115200,NONE,8,1", 1}, {"RS485,115200,NONE,8,1", 125},
+    };
+    ServoLine line;
+    ASSERT_TRUE(line.start());
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.line) + " x" + std::to_string(c.registers));
+        SerialPortOptions options = portOptions(line.devicePath(), 1000);
+        ASSERT_TRUE(parseLineSettings(QString::fromLatin1(c.line), &options.line, nullptr));
+        SerialPort port(options);
+        ASSERT_TRUE(port.open());
+        uint8_t request[8] = {1, 3, 0, 0, 0, static_cast<uint8_t>(c.registers), 0, 0};
+        Rtu::stampCrc(request, sizeof request);
+        const int replySize = 5 + 2 * c.registers;
+        const long long minimumNs = (8 + replySize) * characterTimeNs(options.line)
+                                  + interFrameGapMicros(options.line.baud) * 1000LL;
+        const long long startNs = monotonicNs();
+        ASSERT_EQ(port.send(reinterpret_cast<const char*>(request), 8), 8);
+        std::vector<char> reply(static_cast<size_t>(replySize));
+        ASSERT_EQ(port.receive(reply.data(), replySize), replySize);
+        const long long tookNs = monotonicNs() - startNs;
+        EXPECT_GE(tookNs, minimumNs);
+        EXPECT_LT(tookNs, minimumNs + 500 * Ms); // generous: a loaded machine
+    }
+}
+
+// Station 2 answers 150 ms late. Station 1, asked right after it, answers at
+// once; the late reply then lands in the next transaction, here one for an
+// absent station, whose master sees a reply from station 2.
+TEST(ServoLineTest, ALateStationHoldsNoOtherUpAndItsReplyLandsLater)
+{
+    ServoLine line;
+    ASSERT_TRUE(line.start());
+    line.setHoldingRegister(1, 0, 0x0101);
+    line.setHoldingRegister(2, 0, 0x0202);
+    StationFaults late;
+    late.replyDelayMs = 150;
+    line.setFaults(2, late);
+    SerialPort port(portOptions(line.devicePath(), 1000));
+    ASSERT_TRUE(port.open());
+    const auto readOne = [&port](uint8_t station) {
+        uint8_t request[8] = {station, 3, 0, 0, 0, 1, 0, 0};
+        Rtu::stampCrc(request, sizeof request);
+        return port.send(reinterpret_cast<const char*>(request), 8) == 8;
+    };
+    const long long startNs = monotonicNs();
+    ASSERT_TRUE(readOne(2));
+    ASSERT_TRUE(readOne(1));
+    char reply[7] = {};
+    ASSERT_EQ(port.receive(reply, 7), 7);
+    EXPECT_EQ(hex(QByteArray(reply, 7)), "01 03 02 01 01 78 14");
+    EXPECT_LT(monotonicNs() - startNs, 150 * Ms);
+    ASSERT_TRUE(readOne(9));
+    ASSERT_EQ(port.receive(reply, 7), 7);
+    EXPECT_EQ(hex(QByteArray(reply, 7)), "02 03 02 02 02 7c e5");
+    EXPECT_GE(monotonicNs() - startNs, 150 * Ms);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // The simulated line's pieces apart from any pseudo-terminal: requests put
-// together from the bytes as they come, the pace of a real line, the motion.
+// together from the bytes as they come, the wire with its characters' time, the motion.
 #include "host_test_support.h"
-#include "simulator/line_pacer.h"
+#include "simulator/line_schedule.h"
 #include "simulator/request_assembler.h"
 #include "simulator/servo_motion.h"
 
@@ -49,36 +49,57 @@ TEST(RequestAssembler, WholeRequestsFromChunksAndSilences)
     }
 }
 
-// Characters of 1 ms, a gap of 3.5 ms.
-TEST(LinePacer, RequestsTakeTheirCharactersTimeAndRepliesFollowTheGap)
+// Everything that ended by `nowMs`, as a listener on the line heard it.
+TEST(LineSchedule, TransmissionsEndAfterTheirCharactersAndCollideWhereTheyOverlap)
 {
-    const LinePace kept{true, Ms, 3500000};
-    const LinePace instant{};
-    struct Heard {
-        size_t count;
-        double atMs, endsMs;
+    struct Sent {
+        LineDriver driver;
+        const char* bytes;
+        double startMs, characterMs;
     };
     const struct {
         const char* name;
-        LinePace pace;
-        std::vector<Heard> heard;
-        size_t replySize;
-        double nowMs, delayMs, replyDoneMs;
+        std::vector<Sent> sent;
+        double nowMs;
+        QStringList heard; // "M", "N" or "S" and the bytes, in the order they ended
+        double nextDueMs;  // -1: nothing left on the line
     } cases[] = {
-        {"not kept: at once, plus the servo's delay", instant, {{8, 10, 10}}, 7, 12, 40, 52},
-        {"8 bytes then a 7-byte reply", kept, {{8, 10, 18}}, 7, 10.5, 0, 28.5},
-        {"a request in two chunks ends after both", kept, {{4, 10, 14}, {4, 11, 18}}, 7, 11, 0, 28.5},
-        {"a servo that answers late", kept, {{8, 10, 18}}, 7, 19, 40, 68.5},
-        {"a reply asked for after the gap starts at once", kept, {{8, 10, 18}}, 7, 30, 0, 37},
+        {"a request ends after its characters' time", {{LineDriver::Master, "01 03 00 00 00 01 84 0a", 10, 1}}, 18,
+         {"M 01 03 00 00 00 01 84 0a"}, -1},
+        {"... and not before", {{LineDriver::Master, "01 03 00 00 00 01 84 0a", 10, 1}}, 17.9, {}, 18},
+        {"request, then a reply 3.5 characters later: in order, untouched",
+         {{LineDriver::Master, "01 03 00 00 00 01 84 0a", 0, 1}, {LineDriver::Station, "01 03 02 00 07 f9 86", 11.5, 1}},
+         18.5, {"M 01 03 00 00 00 01 84 0a", "S 01 03 02 00 07 f9 86"}, -1},
+        {"a late reply that ends after a prompt one comes second",
+         {{LineDriver::Station, "02 03 02 00 01 3d 84", 5, 1}, {LineDriver::Station, "01 03 02 00 07 f9 86", 1, 0.5}},
+         12, {"S 01 03 02 00 07 f9 86", "S 02 03 02 00 01 3d 84"}, -1},
+        {"overlapping characters damage both", {{LineDriver::Station, "ff 33", 0, 1}, {LineDriver::Station, "0f f0", 1, 1}},
+         3, {"S ff 03", "S 03 f0"}, -1},
+        {"half a character off: each overlaps two",
+         {{LineDriver::Station, "ff ff", 0, 1}, {LineDriver::Master, "7e e7", 0.5, 1}}, 3, {"S 7e 66", "M 7e e7"}, -1},
+        {"a reply into a request the master is sending",
+         {{LineDriver::Master, "01 03", 0, 1}, {LineDriver::Station, "f0", 1.5, 1}}, 2, {"M 01 00"}, 2.5},
+        {"an instant line: at once, in the order added, nothing collides",
+         {{LineDriver::Master, "01 02", 5, 0}, {LineDriver::Station, "03 04", 5, 0}}, 5, {"M 01 02", "S 03 04"}, -1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        LinePacer pacer;
-        for (const Heard& h : c.heard)
-            EXPECT_EQ(pacer.heard(c.pace, h.count, static_cast<long long>(h.atMs * Ms)), static_cast<long long>(h.endsMs * Ms));
-        EXPECT_EQ(pacer.replyDone(c.pace, c.replySize, static_cast<long long>(c.nowMs * Ms),
-                                  static_cast<long long>(c.delayMs * Ms)),
-                  static_cast<long long>(c.replyDoneMs * Ms));
+        LineSchedule schedule;
+        for (const Sent& s : c.sent) {
+            const QByteArray bytes = QByteArray::fromHex(s.bytes);
+            const LinePace pace{static_cast<long long>(s.characterMs * Ms), static_cast<long long>(3.5 * s.characterMs * Ms)};
+            schedule.add(s.driver, reinterpret_cast<const uint8_t*>(bytes.constData()), static_cast<size_t>(bytes.size()),
+                         static_cast<long long>(s.startMs * Ms), pace);
+        }
+        QStringList heard;
+        for (const Transmission& t : schedule.due(static_cast<long long>(c.nowMs * Ms))) {
+            const char* who = t.driver == LineDriver::Master ? "M" : t.driver == LineDriver::Network ? "N" : "S";
+            heard << QStringLiteral("%1 %2").arg(QLatin1String(who),
+                                                 QString::fromStdString(hex(QByteArray(reinterpret_cast<const char*>(t.bytes.data()),
+                                                                                       static_cast<int>(t.bytes.size())))));
+        }
+        EXPECT_EQ(lines(heard), lines(c.heard));
+        EXPECT_EQ(schedule.nextDueNs(), c.nextDueMs < 0 ? -1 : static_cast<long long>(c.nextDueMs * Ms));
     }
 }
 
