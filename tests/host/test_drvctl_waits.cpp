@@ -108,9 +108,12 @@ TEST(DrvctlWaits, ALongReplyAt4800BaudPassesTheDefaultTimeOut)
         std::thread servo([&] {
             if (pty.take(8, 5000).size() != 8)
                 return;
-            for (int i = 0; i < c.bytesSent; ++i) { // 11 bits a character at 4800 baud
+            // 11 bits a character at 4800 baud, each at its time: a feeder the
+            // machine held up catches up at once, as a UART's buffer would.
+            const auto start = std::chrono::steady_clock::now();
+            for (int i = 0; i < c.bytesSent; ++i) {
+                std::this_thread::sleep_until(start + std::chrono::microseconds(2292) * i);
                 pty.send(reply.mid(i, 1).toHex().constData());
-                std::this_thread::sleep_for(std::chrono::microseconds(2292));
             }
         });
         const QByteArray data = driver->read(&port, CommunicatorCommand(Word, 125, QStringLiteral("HR1")));
