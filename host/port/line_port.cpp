@@ -38,6 +38,11 @@ LinePort::Wait LinePort::waitFor(int fd, short events, long long deadlineNs)
     }
 }
 
+long long LinePort::replyDeadlineNs() const
+{
+    return monotonicNs() + std::max(0, transaction.timeoutMs) * NsPerMs;
+}
+
 bool LinePort::stopRequested()
 {
     if (!stopSeen && stopFd >= 0) {

@@ -81,6 +81,8 @@ protected:
     void markLost(const QString& reason) { lostText = reason; }
     void clearLost() { lostText.clear(); }
 
+    // The time-out for a reply's first byte, from now.
+    long long replyDeadlineNs() const;
     // A request's first byte leaves now; a byte of its reply arrived now.
     void requestLeaving(long long nowNs);
     void replyByte(long long nowNs);
