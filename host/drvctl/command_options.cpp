@@ -89,9 +89,9 @@ const OptionDefinition Options[] = {
      }},
     {TransactionOptions, "retry", "n", "Retries after a failed attempt, 0..100 (scan: 0).",
      false, [](const QString& n, const QString& v, Invocation* i, QString* e) { return setNumber(n, v, 0, 100, &i->retry, e); }},
-    {TransactionOptions, "delay", "ms", "Pause before each attempt, 0..60000 ms.",
+    {TransactionOptions, "delay", "ms", "Pause before each attempt, 0..60000 ms (not in the round trip).",
      false, [](const QString& n, const QString& v, Invocation* i, QString* e) { return setNumber(n, v, 0, 60000, &i->delay, e); }},
-    {TransactionOptions, "timeout", "ms", "Receive time-out, 1..60000 ms (scan: 100).",
+    {TransactionOptions, "timeout", "ms", "Wait for the first byte of a reply, 1..60000 ms (scan: 100); the rest may take as long as it keeps coming.",
      false, [](const QString& n, const QString& v, Invocation* i, QString* e) { return setNumber(n, v, 1, 60000, &i->timeout, e); }},
     {EveryCommand, "json", nullptr, "One JSON object per result or failure, for scripts.",
      false, [](const QString&, const QString&, Invocation* i, QString*) { i->json = true; return true; }},
@@ -101,7 +101,8 @@ const OptionDefinition Options[] = {
     {LinkOptions | MonitorOptions, "pcap", "file", "Save every frame to FILE for Wireshark (classic pcap, link type 147).",
      true, [](const QString&, const QString& v, Invocation* i, QString*) { i->pcapFile = v; return true; }},
     {LinkOptions, "echo", "mode",
-     "Local echo of a 2-wire RS-485 adapter: auto (noticed and dropped), on (always dropped) or off. Default auto.",
+     "Local echo of a 2-wire RS-485 adapter: auto (found out, by a probe no station answers before a "
+     "function 5 or 6 write, and dropped), on (always dropped) or off. Default auto.",
      true, [](const QString& n, const QString& v, Invocation* i, QString* e) {
          if (v == QLatin1String("auto") || v == QLatin1String("on") || v == QLatin1String("off")) {
              i->echo = v;

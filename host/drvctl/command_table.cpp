@@ -16,7 +16,7 @@ const CommandDefinition Commands[] = {
      "it prints NAME = VALUE UNIT.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | TypeOptions
          | ReadOptions | MapOptions,
-     1, 1, Addresses::Read, Needs::Line, false, true, &Session::read},
+     1, 1, Addresses::Read, Needs::Line, true, true, &Session::read},
     {"write", "ADDRESS VALUE...", "write values (decimal or 0x hex; bits 0/1), or a parameter by name",
      "Writes the values to ADDRESS, one element each. Put -- before negative values. More values than one Modbus "
      "transaction takes go in as many driver commands as needed; when one fails, the "
@@ -26,18 +26,21 @@ const CommandDefinition Commands[] = {
      "the parameter's unit, checked against its type.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | TypeOptions
          | MapOptions, 2, -1,
-     Addresses::Write, Needs::Line, false, true, &Session::write},
+     Addresses::Write, Needs::Line, true, true, &Session::write},
     {"poll", "ADDRESS...", "read again every --interval ms, a line per round; Ctrl-C ends with a summary",
      "Reads every address once a round, every --interval ms, and prints a line per round with its time; a "
      "failed read shows its error in place of the values. After --count rounds or Ctrl-C it prints rounds, "
-     "failures per address and the round trip min/avg/max/p99. With --map, names too; --csv logs the rounds, "
+     "failures per address and the round trip min/avg/max/p99: time on the line, from the request's first byte "
+     "leaving to the reply's last byte arriving, without --delay and the quiet gap. A lost line is said once "
+     "and opened again every second; the summary counts the time without it. With --map, names too; --csv logs the rounds, "
      "--plot draws them.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | TypeOptions
          | PollOptions | MapOptions | PollLogOptions,
      1, -1, Addresses::Read, Needs::Line, true, false, &Session::poll},
     {"scan", "", "find the stations (and with --lines the line settings) that answer",
-     "Probes every station id of --ids with one short read of --probe and lists those that answer (a reply "
-     "or an exception), with their line settings and round trip. --lines tries every common baud rate, "
+     "Probes every station id of --ids with one short read of --probe and lists those that answer (a reply, "
+     "an exception, or garbled bytes with what was wrong: bad CRC, wrong slave id, cut frame), with their line "
+     "settings and round trip (time on the line, without --delay and the quiet gap). --lines tries every common baud rate, "
      "parity and stop bits. Ctrl-C prints what was found so far. Exit 0 when something answered, 1 when "
      "nothing did.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | ScanOptions, 0, 0,
@@ -45,7 +48,8 @@ const CommandDefinition Commands[] = {
     {"monitor", "", "decode a line that another master drives (listen only)",
      "Listens to a line without sending: cuts the bytes into frames at 3.5 characters of silence, checks each "
      "CRC, pairs requests with replies and prints one line per transaction. Without --device it starts the "
-     "simulated line and listens to it, so that you can drive it from another shell with --device.",
+     "simulated line and listens to it, so that you can drive it from another shell with --device. A lost line "
+     "is said once and opened again every second.",
      DeviceOptions | SimulatedLineOptions | MonitorOptions, 0, 0, Addresses::None, Needs::Nothing, true, false,
      &Session::monitor},
     {"simulate", "", "run the simulated servo line and print its device path and its tap's",
@@ -60,9 +64,10 @@ const CommandDefinition Commands[] = {
      "line, so that written values and the driver's station list carry from line to line. The options given here "
      "hold for every line; --station, --retry, --delay, --timeout, --trace and --json on a line hold for that line "
      "only. On a terminal: a prompt, line editing, a history for the session (arrow up) and Tab completion of "
-     "command and option names; from a pipe each line is echoed after the prompt.",
+     "command and option names; from a pipe each line is echoed after the prompt. Ctrl-C cancels the running "
+     "line and keeps the session.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | MapOptions, 0, 0,
-     Addresses::None, Needs::Line, false, false, &Session::shell},
+     Addresses::None, Needs::Line, true, false, &Session::shell},
     {"backup", "", "save every parameter of a map (--map, -o SET.json)",
      "Reads every parameter of the map with the fewest reads (registers that follow each other, never one the "
      "map does not name) and saves them to -o SET.json with the map's name and checksum, the station and the "

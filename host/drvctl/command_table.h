@@ -51,7 +51,7 @@ struct CommandDefinition {
     int maxArguments;     // -1: no limit
     Addresses addresses;
     Needs needs;
-    bool stopsOnCtrlC; // Ctrl-C ends it with what it has (a summary)
+    bool stopsOnCtrlC; // Ctrl-C ends it with what it has (a summary), or cancels the shell's line
     bool inShell;
     int (Session::*run)(const Invocation&);
 };

@@ -117,11 +117,9 @@ int Session::read(const Invocation& request)
     TransferPlan plan;
     QList<qint64> values;
     QString error;
-    switch (readValues(request, address, &plan, &values, &error)) {
-    case Transfer::Refused: return out.usage(error, request.command);
-    case Transfer::Failed: return transferFailure(error);
-    case Transfer::Done: break;
-    }
+    const Transfer outcome = readValues(request, address, &plan, &values, &error);
+    if (outcome != Transfer::Done)
+        return transferFailure(outcome, error, request.command);
     // Only the form asked for: a shell runs this once a line.
     if (out.json())
         out.object(QJsonObject{{QStringLiteral("ok"), true},
@@ -147,11 +145,9 @@ int Session::write(const Invocation& request)
     const int written = request.arguments.size() - 1;
     TransferPlan plan;
     QString error;
-    switch (writeValues(request, &plan, &error)) {
-    case Transfer::Refused: return out.usage(error, request.command);
-    case Transfer::Failed: return transferFailure(error);
-    case Transfer::Done: break;
-    }
+    const Transfer outcome = writeValues(request, &plan, &error);
+    if (outcome != Transfer::Done)
+        return transferFailure(outcome, error, request.command);
     if (out.json())
         out.object(QJsonObject{{QStringLiteral("ok"), true},
                                {QStringLiteral("address"), address},

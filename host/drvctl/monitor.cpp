@@ -1,5 +1,6 @@
 // drvctl monitor: listen-only decoding of a line that another master drives.
 #include "drvctl/exit_codes.h"
+#include "drvctl/line_outages.h"
 #include "drvctl/session.h"
 #include "drvctl/stop_signals.h"
 #include "monitor/frame_splitter.h"
@@ -26,7 +27,7 @@ public:
     void frames(const std::vector<LineFrame>& frames, TransactionDecoder* decoder)
     {
         for (const LineFrame& frame : frames) {
-            if (pcap->isOpen())
+            if (pcap->isOpen() && !pcap->failed())
                 pcap->write(frame);
             print(decoder->take(frame));
         }
@@ -69,6 +70,11 @@ int Session::monitor(const Invocation& request)
     int status = lineSettings(&line);
     if (status != ExitSuccess)
         return status;
+    // Before anything is printed: a capture that cannot be saved is no monitor run.
+    PcapWriter pcap;
+    QString error;
+    if (!request.pcapFile.isEmpty() && !pcap.open(request.pcapFile, &error))
+        return out.failure(error, ExitSetup);
     QString device = request.device;
     if (device.isEmpty()) {
         // A line nobody drives shows nothing, so the simulated line is started and
@@ -87,11 +93,11 @@ int Session::monitor(const Invocation& request)
     SerialPortOptions options;
     options.line = line;
     DeviceSetting record(SerialDevice, QString(), 0, 0, 0, 0);
-    QString error;
     if (!deviceSettingFor(device, line, &record, &error))
         return out.usage(error, request.command);
     const std::unique_ptr<SerialPort> port = portForRecord(record, options);
     SerialPort& listener = *port;
+    listener.setStopFd(stopSignalFd());
     if (!listener.open())
         return out.failure(listener.errorString(), ExitSetup);
     if (simulatedLine) { // listening from here on, so the path can be handed out
@@ -101,21 +107,24 @@ int Session::monitor(const Invocation& request)
                                 "drvctl poll HR1300 --device %1; Ctrl-C stops")
                      .arg(path));
     }
-    PcapWriter pcap;
-    if (!request.pcapFile.isEmpty() && !pcap.open(request.pcapFile, &error))
-        return out.failure(error, ExitSetup);
-
     FrameSplitter splitter(line);
     TransactionDecoder decoder;
     MonitorSink sink(out, request.raw, &pcap);
     // Wake at least once a silence, so that a frame ends when the line goes quiet.
     const int wakeMs = static_cast<int>(std::max(1LL, splitter.boundaryNs() / 1000000));
+    LineOutages outages;
     char buffer[512];
-    while (!waitForStopSignal(0)) {
+    while (!waitForStopSignal(0) && !pcap.failed() && outputFailure().isEmpty()) {
         const int got = listener.listen(buffer, sizeof buffer, wakeMs);
         const long long now = monotonicNs();
-        if (got < 0)
-            break; // the adapter is gone
+        if (got < 0) {
+            // What was half heard ends with the line.
+            sink.frames(splitter.finish(), &decoder);
+            sink.print(decoder.finish());
+            if (!listener.lost() || !outages.waitForLine(listener, out))
+                break;
+            continue;
+        }
         if (got > 0)
             sink.frames(splitter.feed(buffer, got, now), &decoder);
         sink.frames(splitter.idle(now), &decoder);
@@ -124,9 +133,16 @@ int Session::monitor(const Invocation& request)
     sink.frames(splitter.finish(), &decoder);
     sink.print(decoder.finish());
     pcap.close();
-    out.result(QJsonObject{{QStringLiteral("summary"), true},
-                           {QStringLiteral("transactions"), sink.seen},
-                           {QStringLiteral("problems"), sink.troubled}},
-               QStringLiteral("--- %1 transaction(s), %2 with problems ---").arg(sink.seen).arg(sink.troubled));
+    if (pcap.failed())
+        return out.failure(pcap.errorString(), ExitSetup);
+    QJsonObject summary{{QStringLiteral("summary"), true},
+                        {QStringLiteral("transactions"), sink.seen},
+                        {QStringLiteral("problems"), sink.troubled}};
+    QString text = QStringLiteral("--- %1 transaction(s), %2 with problems").arg(sink.seen).arg(sink.troubled);
+    if (outages.any()) {
+        outages.addTo(&summary);
+        text += QStringLiteral(", ") + outages.summaryText();
+    }
+    out.result(summary, text + QStringLiteral(" ---"));
     return ExitSuccess;
 }

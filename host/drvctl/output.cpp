@@ -1,19 +1,30 @@
 #include "drvctl/output.h"
 #include "drvctl/exit_codes.h"
+#include "port/system_error.h"
 
 #include <QJsonDocument>
 #include <cstdio>
 
 namespace {
 
+QString stdoutFailure;
+
 void printLine(FILE* stream, const QString& text)
 {
     std::fputs(text.toLocal8Bit().constData(), stream);
     std::fputc('\n', stream);
-    std::fflush(stream);
+    if (std::fflush(stream) != 0 && stream == stdout && stdoutFailure.isEmpty()) {
+        stdoutFailure = QStringLiteral("cannot write the output: ") + systemErrorString();
+        std::clearerr(stream);
+    }
 }
 
 } // namespace
+
+QString outputFailure()
+{
+    return stdoutFailure;
+}
 
 void Output::result(const QJsonObject& json, const QString& text) const
 {

@@ -27,4 +27,8 @@ private:
     bool jsonMode;
 };
 
+// "cannot write the output: No space left on device" once stdout refused a line
+// (a full disk, a closed pipe), else empty.
+QString outputFailure();
+
 #endif

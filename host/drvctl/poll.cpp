@@ -1,6 +1,7 @@
 // drvctl poll: the same reads round after round, like ping, with a summary at the end.
 #include "addresses/transfer_plan.h"
 #include "drvctl/exit_codes.h"
+#include "drvctl/line_outages.h"
 #include "drvctl/round_trip_stats.h"
 #include "drvctl/session.h"
 #include "drvctl/stop_signals.h"
@@ -66,8 +67,10 @@ int Session::poll(const Invocation& request)
 
     std::vector<int> failures(static_cast<size_t>(addresses.size()), 0);
     RoundTripStats roundTrips;
+    LineOutages outages;
     int rounds = 0;
     bool stopped = false;
+    int status = ExitSuccess;
     while (!stopped) {
         QElapsedTimer roundClock;
         roundClock.start();
@@ -75,15 +78,17 @@ int Session::poll(const Invocation& request)
         QStringList text{now.toString(QStringLiteral("hh:mm:ss.zzz"))};
         QJsonObject values;
         QStringList errors;
+        std::vector<int> failed(columns.size(), 0);
+        Transfer outcome = Transfer::Done;
         for (size_t i = 0; i < columns.size(); ++i) {
             PollColumn& column = columns[i];
-            QElapsedTimer clock;
-            clock.start();
+            takeLineTime();
             QString error;
             bool ok = false;
             if (column.parameter) {
                 RawValues raw;
                 ok = readParameter(*parameters, *column.parameter, &raw, &error);
+                outcome = ok ? Transfer::Done : driverFailure(&error);
                 if (ok) {
                     decodeParameter(*column.parameter, raw, &column.number);
                     column.text = formatParameterValue(*column.parameter, column.number);
@@ -97,7 +102,7 @@ int Session::poll(const Invocation& request)
             } else {
                 TransferPlan plan;
                 QList<qint64> decoded;
-                const Transfer outcome = readValues(request, column.label, &plan, &decoded, &error);
+                outcome = readValues(request, column.label, &plan, &decoded, &error);
                 if (outcome == Transfer::Refused)
                     return out.usage(error, request.command);
                 ok = outcome == Transfer::Done;
@@ -107,12 +112,14 @@ int Session::poll(const Invocation& request)
                     column.json = valuesJson(decoded);
                 }
             }
+            if (outcome == Transfer::LineLost || outcome == Transfer::Interrupted)
+                break; // not the servo's failure: this round does not count
             if (ok) {
-                roundTrips.add(static_cast<double>(clock.nsecsElapsed()) / 1e6);
+                roundTrips.add(static_cast<double>(takeLineTime()) / 1e6);
                 text << QStringLiteral("%1=%2").arg(column.label, withUnit(column.text, units[static_cast<int>(i)]));
                 values.insert(column.label, column.json);
             } else {
-                ++failures[i];
+                failed[i] = 1;
                 column.text.clear();
                 column.number = NAN;
                 text << QStringLiteral("%1=(%2)").arg(column.label, error);
@@ -120,7 +127,15 @@ int Session::poll(const Invocation& request)
                 errors << QStringLiteral("%1: %2").arg(column.label, error);
             }
         }
+        if (outcome == Transfer::Interrupted)
+            break;
+        if (outcome == Transfer::LineLost) {
+            stopped = !outages.waitForLine(*linePort, out);
+            continue;
+        }
         ++rounds;
+        for (size_t i = 0; i < failures.size(); ++i)
+            failures[i] += failed[i];
         out.result(QJsonObject{{QStringLiteral("round"), rounds},
                                {QStringLiteral("time"), now.toString(Qt::ISODateWithMs)},
                                {QStringLiteral("values"), values}},
@@ -136,10 +151,13 @@ int Session::poll(const Invocation& request)
             if (!request.csvFile.isEmpty() && !log.writeRow(now, cells, trend.errors.last(), &logError))
                 return out.failure(logError, ExitSetup);
         }
+        if ((status = outputStatus()) != ExitSuccess)
+            return status;
         if (request.rounds > 0 && rounds >= request.rounds)
             break;
         stopped = waitForStopSignal(static_cast<int>(std::max<qint64>(0, request.intervalMs - roundClock.elapsed())));
     }
+    stopped = stopped || waitForStopSignal(0);
 
     int failed = 0;
     QJsonObject failuresJson;
@@ -154,6 +172,10 @@ int Session::poll(const Invocation& request)
                        {QStringLiteral("rounds"), rounds},
                        {QStringLiteral("interrupted"), stopped},
                        {QStringLiteral("failures"), failuresJson}};
+    if (outages.any()) {
+        outages.addTo(&object);
+        summary << outages.summaryText();
+    }
     if (!roundTrips.empty()) {
         object.insert(QStringLiteral("roundTripMs"),
                       QJsonObject{{QStringLiteral("min"), roundTrips.min()},

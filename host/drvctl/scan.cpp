@@ -9,6 +9,7 @@
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QStringList>
+#include <algorithm>
 #include <cstdio>
 #include <unistd.h>
 #include <vector>
@@ -22,6 +23,7 @@ struct Answer {
     QString line;
     double roundTripMs;
     QString exception; // "0x02", or empty for a normal reply
+    QString problem;   // what was wrong with a reply that came garbled, or empty
     QList<qint64> values;
 };
 
@@ -50,6 +52,30 @@ QString exceptionIn(const QString& error)
     return error.startsWith(marker) ? error.mid(marker.size()).section(QLatin1Char(' '), 0, 0) : QString();
 }
 
+// Something came, but not a reply: on a real line a wiring, parity or baud hint.
+// Empty for silence and for anything that is no garbled answer.
+QString garbledAnswer(const QString& error)
+{
+    if (error.startsWith(QLatin1String("CRC error")))
+        return QStringLiteral("bad CRC");
+    if (error.startsWith(QLatin1String("invalid slave id:")))
+        return QStringLiteral("wrong slave id %1").arg(error.mid(17).section(QLatin1Char(' '), 0, 0));
+    if (error.startsWith(QLatin1String("received bytes <")) || error.startsWith(QLatin1String("packet loss")))
+        return QStringLiteral("cut frame");
+    if (error.startsWith(QLatin1String("invalid response")))
+        return QStringLiteral("wrong function code");
+    return QString();
+}
+
+QString answerText(const Answer& a, const QString& probe, int dataType)
+{
+    if (!a.problem.isEmpty())
+        return QStringLiteral("garbled: %1").arg(a.problem);
+    if (!a.exception.isEmpty())
+        return QStringLiteral("exception %1").arg(a.exception);
+    return QStringLiteral("%1 = %2").arg(probe, valuesText(dataType, a.values, false));
+}
+
 // One line on a terminal, rewritten in place: position, found so far, time left.
 void showProgress(int done, int total, int found, qint64 elapsedMs)
 {
@@ -71,8 +97,7 @@ QString answersTable(const std::vector<Answer>& found, const QString& probe, int
     QStringList table{row(QStringLiteral("station"), QStringLiteral("line"), QStringLiteral("round trip"), QStringLiteral("answer"))};
     for (const Answer& a : found)
         table << row(QString::number(a.station), a.line, QStringLiteral("%1 ms").arg(a.roundTripMs, 0, 'f', 1),
-                     a.exception.isEmpty() ? QStringLiteral("%1 = %2").arg(probe, valuesText(dataType, a.values, false))
-                                           : QStringLiteral("exception %1").arg(a.exception));
+                     answerText(a, probe, dataType));
     return table.join(QLatin1Char('\n'));
 }
 
@@ -83,10 +108,12 @@ QJsonArray answersJson(const std::vector<Answer>& found)
         QJsonObject entry{{QStringLiteral("station"), a.station},
                           {QStringLiteral("line"), a.line},
                           {QStringLiteral("roundTripMs"), a.roundTripMs}};
-        if (a.exception.isEmpty())
-            entry.insert(QStringLiteral("values"), valuesJson(a.values));
-        else
+        if (!a.problem.isEmpty())
+            entry.insert(QStringLiteral("garbled"), a.problem);
+        else if (!a.exception.isEmpty())
             entry.insert(QStringLiteral("exception"), a.exception);
+        else
+            entry.insert(QStringLiteral("values"), valuesJson(a.values));
         answers.append(entry);
     }
     return answers;
@@ -145,24 +172,33 @@ int Session::scan(const Invocation& request)
                 showProgress(done, total, static_cast<int>(found.size()), clock.elapsed());
             probe.station = id;
             useTransactionSettings(probe);
-            QElapsedTimer roundTrip;
-            roundTrip.start();
+            takeLineTime();
             QList<qint64> values;
             const Transfer outcome = readValues(probe, request.probe, &plan, &values, &error);
-            const double ms = static_cast<double>(roundTrip.nsecsElapsed()) / 1e6;
-            if (outcome == Transfer::Refused)
-                return out.usage(error, request.command);
+            const double ms = static_cast<double>(takeLineTime()) / 1e6;
+            if (outcome == Transfer::Interrupted) {
+                stopped = true;
+                break;
+            }
+            if (outcome == Transfer::Refused || outcome == Transfer::LineLost) {
+                if (progress)
+                    std::fputs("\r\033[K", stderr);
+                return transferFailure(outcome, error, request.command);
+            }
             const QString exception = outcome == Transfer::Done ? QString() : exceptionIn(error);
-            if (outcome == Transfer::Done || !exception.isEmpty())
-                found.push_back({id, line.toString(), ms, exception, values});
+            const QString problem = outcome == Transfer::Done ? QString() : garbledAnswer(error);
+            if (outcome == Transfer::Done || !exception.isEmpty() || !problem.isEmpty())
+                found.push_back({id, line.toString(), ms, exception, problem, values});
             ++done;
         }
     }
     if (progress)
         std::fputs("\r\033[K", stderr);
 
-    const QString tally = QStringLiteral("%1 answered, %2 of %3 probe(s) in %4 s%5")
+    const auto garbled = std::count_if(found.begin(), found.end(), [](const Answer& a) { return !a.problem.isEmpty(); });
+    const QString tally = QStringLiteral("%1 answered%2, %3 of %4 probe(s) in %5 s%6")
                               .arg(found.size())
+                              .arg(garbled > 0 ? QStringLiteral(" (%1 garbled)").arg(garbled) : QString())
                               .arg(done)
                               .arg(total)
                               .arg(static_cast<double>(clock.elapsed()) / 1000.0, 0, 'f', 1)

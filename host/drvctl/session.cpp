@@ -9,7 +9,7 @@
 #include "interface/driver_interface.h"
 #include "port/network_endpoints.h"
 #include "port/port_for_record.h"
-#include "port/tcp_port.h"
+#include "port/serial_port.h"
 #include "simulator/servo_line.h"
 #include "tools/device_setting.h"
 #include "tools/driver_setting.h"
@@ -31,8 +31,6 @@ Session::Session(const Invocation& invocation) : setup(invocation), out(invocati
 Session::~Session()
 {
     ownPort.reset();
-    if (capture)
-        capture->finish();
     simulatedLine.reset();
     // The root object belongs to the loader's library; it goes with the process.
 }
@@ -41,6 +39,7 @@ void Session::attach(DriverInterface* attachedDriver, AbstractDeviceInterface* a
 {
     driver = attachedDriver;
     port = attachedPort;
+    linePort = dynamic_cast<LinePort*>(attachedPort);
 }
 
 int Session::run()
@@ -66,7 +65,21 @@ int Session::run()
         if (status != ExitSuccess)
             return status;
     }
-    return (this->*definition->run)(setup);
+    const int status = (this->*definition->run)(setup);
+    if (capture)
+        capture->finish();
+    const int written = outputStatus();
+    return status == ExitSuccess ? written : status;
+}
+
+int Session::outputStatus()
+{
+    if (capture && capture->failed())
+        return out.failure(capture->error(), ExitSetup);
+    const QString failure = outputFailure();
+    if (!failure.isEmpty()) // stdout cannot take it: stderr can
+        return Output(false).failure(failure, ExitSetup);
+    return ExitSuccess;
 }
 
 int Session::setUpLine()
@@ -145,8 +158,11 @@ int Session::openPort(const LineSettings& line)
         if (!capture->open(setup.pcapFile, &error))
             return out.failure(error, ExitSetup);
     }
-    ownPort = portForRecord(record, options);
-    port = ownPort.get();
+    auto opened = portForRecord(record, options);
+    const SerialPort* serial = opened.get();
+    ownPort = std::move(opened);
+    port = linePort = ownPort.get();
+    ownPort->setStopFd(stopSignalFd());
     // A shell line may ask for the trace of its own frames.
     if (setup.trace || setup.command == QLatin1String("shell")) {
         ownPort->setTraceSink([this](const QString& line) {
@@ -158,9 +174,9 @@ int Session::openPort(const LineSettings& line)
         ownPort->setTraceByteSink(capture->byteSink());
     if (!ownPort->open())
         return out.failure(ownPort->errorString(), ExitSetup);
-    if (setup.trace && !ownPort->rs485Status().isEmpty())
-        out.note(QStringLiteral("drvctl: ") + ownPort->rs485Status());
-    baseline = ownPort->options();
+    if (setup.trace && !serial->rs485Status().isEmpty())
+        out.note(QStringLiteral("drvctl: ") + serial->rs485Status());
+    baseline = ownPort->transactionSettings();
     useTransactionSettings(setup);
     if (driver)
         driver->initialize(port);
@@ -180,16 +196,11 @@ void Session::useTransactionSettings(const Invocation& request)
     ownPort->setTimeoutMs(chosen(request.timeout, setup.timeout, baseline.timeoutMs));
 }
 
-QString Session::lineLost() const
+long long Session::takeLineTime()
 {
-    const auto* network = dynamic_cast<const TcpPort*>(ownPort.get());
-    return network ? network->lostReason() : QString();
-}
-
-int Session::transferFailure(const QString& error) const
-{
-    const QString lost = lineLost();
-    if (lost.isEmpty())
-        return out.failure(error, ExitDriverFailure);
-    return out.failure(QStringLiteral("line lost: %1: %2").arg(ownPort->options().device, lost), ExitSetup);
+    if (linePort == nullptr)
+        return 0;
+    const long long ns = linePort->lineTimeNs();
+    linePort->resetLineTime();
+    return ns;
 }

@@ -8,7 +8,8 @@
 #include "drvctl/invocation.h"
 #include "drvctl/output.h"
 #include "parameters/register_map.h"
-#include "port/serial_port.h"
+#include "port/line_port.h"
+#include "port/line_settings.h"
 
 #include <QList>
 #include <QVector>
@@ -64,21 +65,26 @@ private:
     int startSimulatedLine(const LineSettings* settings);
     int lineSettings(LineSettings* settings);
     int openPort(const LineSettings& line);
+    // Nanoseconds on the line of the transfers since the last call (0 on an attached port).
+    long long takeLineTime();
+    // The capture file and stdout still take what is written; else the failure (exit 1).
+    int outputStatus();
     // The port takes the command's station, retry, delay and time-out, or those the
     // session was started with, or the driver's defaults.
     void useTransactionSettings(const Invocation& request);
-    // Why the line went away under the open port (a device server's connection
-    // reset or closed); empty while it holds.
-    QString lineLost() const;
-    // A failed read or write: the driver's text (exit 1), or the lost line's (exit 3).
-    int transferFailure(const QString& error) const;
 
     // Plug-in, line and port as a command that Needs::Line has them.
     int setUpLine();
 
-    // How a read or write went: done, refused before anything was sent (exit 2), or
-    // failed in the driver (exit 1); the text says why.
-    enum class Transfer { Done, Refused, Failed };
+    // How a read or write went: done, refused before anything was sent (exit 2),
+    // failed in the driver (exit 1), the line lost under it (exit 3), or stopped
+    // by Ctrl-C (exit 130); the text says why.
+    enum class Transfer { Done, Refused, Failed, LineLost, Interrupted };
+    // What a one-shot command prints and returns for a transfer that did not succeed.
+    int transferFailure(Transfer outcome, const QString& error, const QString& command);
+    // After the driver reported an error: was it the line, or Ctrl-C? The error
+    // then says so instead of the driver's text.
+    Transfer driverFailure(QString* error) const;
     // Reads the address in as many driver commands as the Modbus limits ask for and
     // joins the values.
     Transfer readValues(const Invocation& request, const QString& address, TransferPlan* plan, QList<qint64>* values,
@@ -105,9 +111,10 @@ private:
     QPluginLoader loader;
     DriverInterface* driver = nullptr;
     std::unique_ptr<ServoLine> simulatedLine;
-    std::unique_ptr<SerialPort> ownPort;
+    std::unique_ptr<LinePort> ownPort;
     AbstractDeviceInterface* port = nullptr; // ownPort, or one attached
-    SerialPortOptions baseline;              // what useTransactionSettings falls back to
+    LinePort* linePort = nullptr;            // the same, when it is one
+    TransactionSettings baseline;            // what useTransactionSettings falls back to
     std::unique_ptr<TraceCapture> capture;   // --pcap
     bool tracing = false;                    // --trace of the session, or of the shell line running
     RegisterMap map;                         // --map, when given

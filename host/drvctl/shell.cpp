@@ -4,6 +4,8 @@
 #include "drvctl/command_table.h"
 #include "drvctl/exit_codes.h"
 #include "drvctl/session.h"
+#include "drvctl/stop_signals.h"
+#include "port/line_port.h"
 
 #include <QTextStream>
 #include <algorithm>
@@ -45,6 +47,10 @@ int Session::runShellLine(const QString& line)
     case ParseOutcome::Run:
         break;
     }
+    // A Ctrl-C while no line ran is no reason to cancel this one.
+    resumeStopSignals();
+    if (linePort)
+        linePort->clearStop();
     // Each line is its own invocation: its options, or the shell's.
     const Output sessionOut = out;
     out = Output(setup.json || request.json);
@@ -53,5 +59,9 @@ int Session::runShellLine(const QString& line)
     const int status = (this->*findCommand(request.command)->run)(request);
     out = sessionOut;
     tracing = setup.trace;
+    // Ctrl-C cancelled the line, not the session: the next one asks again.
+    resumeStopSignals();
+    if (linePort)
+        linePort->clearStop();
     return status;
 }

@@ -4,12 +4,16 @@
 #include "drvctl/command_table.h"
 #include "drvctl/exit_codes.h"
 #include "drvctl/session.h"
+#include "drvctl/stop_signals.h"
 
 #include <QStringList>
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cerrno>
 #include <cstring>
+#include <poll.h>
+#include <unistd.h>
 // libedit's readline interface, after stdio as it expects.
 #include <editline/readline.h>
 
@@ -60,12 +64,38 @@ char** complete(const char* text, int start, int /*end*/)
     return matches.isEmpty() ? nullptr : rl_completion_matches(text, nextMatch);
 }
 
+// Keys, and Ctrl-C while typing: it drops the line typed so far, as shells do
+// (Ctrl-C is held back from the process, so libedit never sees the signal):
+// Ctrl-U, libedit's "kill the whole line" in its emacs keys, then Enter.
+int keyOrCtrlC(FILE* stream)
+{
+    static bool enterNext = false;
+    if (enterNext) {
+        enterNext = false;
+        return '\n';
+    }
+    pollfd fds[2] = {{fileno(stream), POLLIN, 0}, {stopSignalFd(), POLLIN, 0}};
+    while (poll(fds, fds[1].fd >= 0 ? 2 : 1, -1) < 0)
+        if (errno != EINTR)
+            return EOF;
+    if (fds[1].revents & POLLIN) {
+        resumeStopSignals();
+        std::fputs("^C", stdout);
+        std::fflush(stdout);
+        enterNext = true;
+        return 0x15;
+    }
+    unsigned char key = 0;
+    return read(fileno(stream), &key, 1) == 1 ? key : EOF;
+}
+
 } // namespace
 
 int Session::shellOnTerminal()
 {
     rl_readline_name = const_cast<char*>("drvctl");
     rl_attempted_completion_function = complete;
+    rl_getc_function = keyOrCtrlC;
     using_history();
     int worst = ExitSuccess;
     // The history lives as long as the session; nothing is written to disk.

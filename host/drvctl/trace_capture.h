@@ -23,6 +23,9 @@ public:
     TraceByteSink byteSink();
     // Writes the reply still being gathered.
     void finish();
+    // A frame could not be written (a full disk): the system's text.
+    bool failed() const { return pcap.failed(); }
+    QString error() const { return pcap.errorString(); }
 
 private:
     void flushReply();

@@ -3,7 +3,9 @@
 #include "addresses/transfer_plan.h"
 #include "drvctl/driver_registers.h"
 #include "drvctl/driver_transfers.h"
+#include "drvctl/exit_codes.h"
 #include "drvctl/session.h"
+#include "drvctl/stop_signals.h"
 #include "drvctl/value_codec.h"
 #include "interface/driver_interface.h"
 
@@ -26,6 +28,35 @@ void Session::traceSplit(const TransferPlan& plan, bool read) const
                      splitDescription(plan, read ? Direction::Read : Direction::Write).toLocal8Bit().constData());
 }
 
+Session::Transfer Session::driverFailure(QString* error) const
+{
+    if (linePort == nullptr)
+        return Transfer::Failed;
+    if (linePort->stopped() || waitForStopSignal(0)) {
+        *error = QStringLiteral("interrupted");
+        return Transfer::Interrupted;
+    }
+    if (linePort->lost()) {
+        *error = QStringLiteral("line lost: %1: %2").arg(linePort->name(), linePort->lostReason());
+        return Transfer::LineLost;
+    }
+    if (!linePort->doubt().isEmpty())
+        *error = linePort->doubt() + QStringLiteral("; say which with --echo on or --echo off");
+    return Transfer::Failed;
+}
+
+int Session::transferFailure(Transfer outcome, const QString& error, const QString& command)
+{
+    switch (outcome) {
+    case Transfer::Refused: return out.usage(error, command);
+    case Transfer::LineLost: return out.failure(error, ExitSetup);
+    case Transfer::Interrupted: return out.failure(error, ExitInterrupted);
+    case Transfer::Failed:
+    case Transfer::Done: break;
+    }
+    return out.failure(error, ExitDriverFailure);
+}
+
 Session::Transfer Session::readValues(const Invocation& request, const QString& address, TransferPlan* plan,
                                       QList<qint64>* values, QString* error)
 {
@@ -37,7 +68,7 @@ Session::Transfer Session::readValues(const Invocation& request, const QString& 
             return Transfer::Refused;
     }
     traceSplit(*plan, true);
-    return readPlanned(driver, port, *plan, values, error) ? Transfer::Done : Transfer::Failed;
+    return readPlanned(driver, port, *plan, values, error) ? Transfer::Done : driverFailure(error);
 }
 
 Session::Transfer Session::writeValues(const Invocation& request, TransferPlan* plan, QString* error)
@@ -54,5 +85,15 @@ Session::Transfer Session::writeValues(const Invocation& request, TransferPlan* 
     if (!error->isEmpty())
         return Transfer::Refused;
     traceSplit(*plan, false);
-    return writePlanned(driver, port, *plan, data, error) ? Transfer::Done : Transfer::Failed;
+    if (writePlanned(driver, port, *plan, data, error))
+        return Transfer::Done;
+    // What a split write did reach the servo stays said, whatever stopped it.
+    const int split = error->indexOf(QLatin1String("; the first "));
+    const QString reached = split >= 0 ? error->mid(split) : QString();
+    const Transfer outcome = driverFailure(error);
+    if (outcome == Transfer::Interrupted)
+        *error = QStringLiteral("interrupted before the servo confirmed the write") + reached;
+    else if (outcome != Transfer::Failed || !error->endsWith(reached))
+        *error += reached;
+    return outcome;
 }

@@ -31,10 +31,12 @@ long long clockNs(clockid_t clock)
 bool PcapWriter::open(const QString& path, QString* error)
 {
     close();
+    failure.clear();
     file.setFileName(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        fail();
         if (error != nullptr)
-            *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
+            *error = failure;
         return false;
     }
     wallMinusMonotonicNs = clockNs(CLOCK_REALTIME) - clockNs(CLOCK_MONOTONIC);
@@ -46,9 +48,10 @@ bool PcapWriter::open(const QString& path, QString* error)
     putU32(&header, 0); // accuracy
     putU32(&header, Snaplen);
     putU32(&header, LinkType);
-    if (file.write(header) != header.size()) {
+    if (file.write(header) != header.size() || !file.flush()) {
+        fail();
         if (error != nullptr)
-            *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
+            *error = failure;
         close();
         return false;
     }
@@ -68,7 +71,16 @@ bool PcapWriter::write(const LineFrame& frame)
     putU32(&record, static_cast<unsigned long>(frame.bytes.size()));
     record += bytes;
     // Whole records only, so that a reader never meets half of one while we run.
-    return file.write(record) == record.size() && file.flush();
+    if (file.write(record) == record.size() && file.flush())
+        return true;
+    fail();
+    return false;
+}
+
+void PcapWriter::fail()
+{
+    if (failure.isEmpty())
+        failure = QStringLiteral("cannot write %1: %2").arg(file.fileName(), file.errorString());
 }
 
 void PcapWriter::close()

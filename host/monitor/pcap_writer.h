@@ -14,14 +14,22 @@ class PcapWriter {
 public:
     static constexpr unsigned LinkType = 147;
 
-    // Creates or truncates the file and writes the global header.
+    // Creates or truncates the file and writes the global header through to the
+    // system, so that a full disk is known before the first frame.
     bool open(const QString& path, QString* error = nullptr);
+    // False when the frame could not be written; failed() then stays true.
     bool write(const LineFrame& frame);
     void close();
     bool isOpen() const { return file.isOpen(); }
+    bool failed() const { return !failure.isEmpty(); }
+    // "cannot write PATH: No space left on device"
+    QString errorString() const { return failure; }
 
 private:
+    void fail();
+
     QFile file;
+    QString failure;
     long long wallMinusMonotonicNs = 0; // frames carry the monotonic clock; pcap wants Unix time
 };
 

@@ -8,12 +8,45 @@ namespace {
 
 // Normal replies to functions 5 and 6 are copies of the request, so an echo
 // cannot be told from them.
+bool replyMayEqualRequest(const char* request, size_t length)
+{
+    return length >= 2 && (request[1] == 5 || request[1] == 6);
+}
+
 bool replyMayEqualRequest(const std::vector<char>& request)
 {
-    return request.size() >= 2 && (request[1] == 5 || request[1] == 6);
+    return replyMayEqualRequest(request.data(), request.size());
 }
 
 } // namespace
+
+bool EchoFilter::needsProbe(const char* request, int length) const
+{
+    return echoMode == EchoMode::Auto && known == Line::Unknown && length > 0
+        && replyMayEqualRequest(request, static_cast<size_t>(length));
+}
+
+std::vector<char> EchoFilter::probeFor(const char* request)
+{
+    uint8_t probe[] = {static_cast<uint8_t>(request[0]), 3, 0, 0, 0, 1, 0, 0};
+    Rtu::stampCrc(probe, sizeof probe);
+    probe[6] ^= 0xFF;
+    probe[7] ^= 0xFF;
+    return std::vector<char>(probe, probe + sizeof probe);
+}
+
+EchoFilter::Probe EchoFilter::judgeProbe(const std::vector<char>& probe, const char* heard, int count)
+{
+    if (count <= 0) {
+        known = Line::Quiet;
+        return Probe::Quiet;
+    }
+    if (count == static_cast<int>(probe.size()) && std::equal(probe.begin(), probe.end(), heard)) {
+        known = Line::Echoes;
+        return Probe::Echoes;
+    }
+    return Probe::Undecided;
+}
 
 EchoFilter::Result EchoFilter::screen(int firstCount, bool othersHeld, const Read& read)
 {
@@ -65,10 +98,13 @@ EchoFilter::Result EchoFilter::detect(int firstCount, const Read& read)
     }
     Result result;
     if (got == length && seen == request) {
-        found = true;
+        known = Line::Echoes;
         result.verdict = Verdict::Found;
         return result;
     }
+    // An echo comes before any reply: other bytes first mean the line has none.
+    if (got > 0 && !std::equal(seen.begin(), seen.begin() + got, request.begin()))
+        known = Line::Quiet;
     result.kept.assign(seen.begin(), seen.begin() + std::max(0, got));
     return result;
 }

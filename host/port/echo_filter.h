@@ -5,9 +5,10 @@
 #include <vector>
 
 // What the port does with a line that hears its own transmission (2-wire RS-485
-// adapters do). Auto finds out from the first reply that cannot be a copy of its
-// request (any function but 5 and 6) and discards echoes from then on; until
-// then the echo of a function 5 or 6 request passes for its reply.
+// adapters do). Auto finds out from what follows the first request and discards
+// echoes from then on. The normal reply to function 5 or 6 is a copy of its
+// request, so before such a request on a line not yet known the port sends a
+// probe that no station takes (see probeFor) and hears whether it comes back.
 enum class EchoMode { Auto, On, Off };
 
 // Screens the first bytes after each request for its echo: drops it where the
@@ -31,14 +32,27 @@ public:
     explicit EchoFilter(EchoMode mode = EchoMode::Auto) : echoMode(mode) {}
 
     EchoMode mode() const { return echoMode; }
-    bool discarding() const { return found || echoMode == EchoMode::On; }
+    bool discarding() const { return echoMode == EchoMode::On || (echoMode == EchoMode::Auto && known == Line::Echoes); }
+    // Auto mode, nothing known of the line yet, and a request whose reply would
+    // be its copy: the probe must go first.
+    bool needsProbe(const char* request, int length) const;
+    // The probe before a request: a one-register read of the same station with a
+    // spoilt CRC, which every station drops, so that only an echo comes back.
+    static std::vector<char> probeFor(const char* request);
+    enum class Probe {
+        Echoes,    // it came back byte for byte
+        Quiet,     // nothing came back
+        Undecided, // other bytes came: the line cannot be told
+    };
+    // What came back while the probe left and shortly after; learns the first two.
+    Probe judgeProbe(const std::vector<char>& probe, const char* heard, int count);
     // Echoes that did not come back as sent.
     int mismatches() const { return faults; }
 
     // A port opened anew: whether the line echoes is to be found out again.
     void restart()
     {
-        found = false;
+        known = Line::Unknown;
         request.clear();
     }
     // A request went out: its echo, if the line has one, is still to come.
@@ -55,8 +69,9 @@ private:
     Result drop(const Read& read);
     Result detect(int firstCount, const Read& read);
 
+    enum class Line { Unknown, Echoes, Quiet };
     EchoMode echoMode;
-    bool found = false; // the auto mode has heard an echo
+    Line known = Line::Unknown; // what the auto mode has heard
     int faults = 0;
     std::vector<char> request;
 };

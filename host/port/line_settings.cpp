@@ -47,6 +47,14 @@ long long characterTimeNs(const LineSettings& line)
     return line.baud > 0 ? bits * 1000000000LL / line.baud : 0;
 }
 
+long long replySilenceNs(const LineSettings& line)
+{
+    // A USB adapter hands on what it received every 16 ms (FTDI's default latency
+    // timer): a gap of that much inside a reply is the adapter, not the servo.
+    constexpr long long AdapterMarginNs = 40 * 1000000LL;
+    return 4 * characterTimeNs(line) + AdapterMarginNs;
+}
+
 int interFrameGapMicros(int baud)
 {
     if (baud <= 0)

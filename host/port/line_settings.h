@@ -35,6 +35,10 @@ bool isSupportedBaud(int baud);
 // Time one character takes on the line: start bit, data bits, parity, stop bits.
 long long characterTimeNs(const LineSettings& line);
 
+// The silence that ends a reply once its first byte came: a few characters,
+// and a margin for the batches in which USB adapters deliver what they hear.
+long long replySilenceNs(const LineSettings& line);
+
 // Silence before each request: 3.5 characters of 11 bits at the line's baud,
 // a fixed 1750 us above 19200 baud, where Modbus stops scaling it.
 int interFrameGapMicros(int baud);

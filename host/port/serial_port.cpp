@@ -18,11 +18,6 @@ namespace {
 
 constexpr long long NsPerMs = 1000000;
 
-long long timeoutNs(int timeoutMs)
-{
-    return std::max(0, timeoutMs) * NsPerMs;
-}
-
 } // namespace
 
 bool SerialPortOptions::fromSettings(const DeviceSetting& device, const DriverSetting& driver,
@@ -46,7 +41,8 @@ void SerialPortOptions::applyDriverSetting(const DriverSetting& driver)
 }
 
 SerialPort::SerialPort(SerialPortOptions options)
-    : settings(std::move(options)), gap(interFrameGapMicros(settings.line.baud) * 1000LL), echo(settings.echoMode)
+    : LinePort(options), settings(std::move(options)), silenceNs(replySilenceNs(settings.line)),
+      gap(interFrameGapMicros(settings.line.baud) * 1000LL), echo(settings.echoMode)
 {
 }
 
@@ -67,17 +63,23 @@ bool SerialPort::open()
     discardInput();
     gap.opened(monotonicNs());
     echo.restart();
+    clearLost();
     return true;
 }
 
 bool SerialPort::openDevice()
 {
+    if (!lock.takeLockFile(settings.device, &lastError))
+        return false;
     fd = ::open(settings.device.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
-        lastError = QStringLiteral("cannot open %1: %2").arg(settings.device, systemErrorString());
+        // EBUSY: TIOCEXCL of a program that took no lock file.
+        lastError = errno == EBUSY ? QStringLiteral("%1 is in use by another program").arg(settings.device)
+                                   : QStringLiteral("cannot open %1: %2").arg(settings.device, systemErrorString());
+        lock.release();
         return false;
     }
-    if (!configure()) {
+    if (!lock.lockDevice(settings.device, fd, &lastError) || !configure()) {
         close();
         return false;
     }
@@ -113,12 +115,14 @@ ssize_t SerialPort::readSome(char* buffer, size_t length)
 
 void SerialPort::close()
 {
+    lock.release();
     if (fd >= 0)
         ::close(fd);
     fd = -1;
     heldBack.clear();
     echo.forget();
     discardArmed = false;
+    replyFlowing = false;
 }
 
 bool SerialPort::configure()
@@ -177,7 +181,7 @@ void SerialPort::waitForQuietLine()
         drainOutput();
         gap.heard(monotonicNs());
     }
-    const long long giveUpNs = monotonicNs() + timeoutNs(settings.timeoutMs);
+    const long long giveUpNs = replyDeadlineNs();
     for (;;) {
         const long long now = monotonicNs();
         const QuietGap::Step step = gap.next(now, discardArmed && now < giveUpNs);
@@ -191,28 +195,33 @@ void SerialPort::waitForQuietLine()
 }
 
 // Bytes that come now belong to an earlier exchange: drop them, and the silence
-// starts again after them. False when the line is gone and nothing more will come.
+// starts again after them. False when nothing more will come (line lost, stopped).
 bool SerialPort::dropLateBytes(long long untilNs)
 {
-    pollfd in = {fd, POLLIN, 0};
-    const long long waitNs = std::max(0LL, untilNs - monotonicNs());
-    const timespec wait = {static_cast<time_t>(waitNs / 1000000000LL), static_cast<long>(waitNs % 1000000000LL)};
-    if (ppoll(&in, 1, &wait, nullptr) <= 0)
-        return true; // quiet so far (or a signal): look at the clock again
-    char late[256];
-    const ssize_t n = (in.revents & POLLIN) ? readSome(late, sizeof late) : 0;
-    if (n > 0) {
-        gap.heard(monotonicNs());
-        trace.record("LATE", late, static_cast<int>(n));
-        return true;
+    const Wait wait = waitFor(fd, POLLIN, untilNs);
+    if (wait == Wait::TimedOut)
+        return true; // quiet so far: look at the clock again
+    if (wait != Wait::Ready) {
+        if (wait == Wait::HungUp)
+            hungUp();
+        return false;
     }
-    return n != 0 && (errno == EAGAIN || errno == EINTR);
+    char late[256];
+    const int n = readAvailable(late, sizeof late);
+    if (n > 0)
+        trace.record("LATE", late, n);
+    return n >= 0;
 }
 
 int SerialPort::send(const char* data, int length)
 {
-    if (fd < 0 || data == nullptr || length <= 0)
-        return fd < 0 ? -1 : 0;
+    if (fd < 0 || lost() || stopped())
+        return -1;
+    if (data == nullptr || length <= 0)
+        return 0;
+    echoDoubt.clear();
+    if (echo.needsProbe(data, length) && !probeEcho(data))
+        return -1;
     waitForQuietLine();
     if (discardArmed) {
         // Last moment before the request: nothing that came in before it can be its reply.
@@ -220,6 +229,20 @@ int SerialPort::send(const char* data, int length)
         heldBack.clear();
         discardArmed = false;
     }
+    // Ctrl-C during the driver's delay or the quiet gap: this request stays home.
+    if (lost() || stopRequested())
+        return -1;
+    requestLeaving(monotonicNs());
+    replyFlowing = false;
+    const int written = transmit(data, length);
+    trace.record("TX", data, written);
+    echo.sent(data, written);
+    return written;
+}
+
+// Puts bytes into the UART and notes when their last bit will have left.
+int SerialPort::transmit(const char* data, int length)
+{
     int written = 0;
     while (written < length) {
         const ssize_t n = writeSome(data + written, static_cast<size_t>(length - written));
@@ -227,95 +250,103 @@ int SerialPort::send(const char* data, int length)
             written += static_cast<int>(n);
             continue;
         }
-        if (n < 0 && errno != EAGAIN && errno != EINTR)
+        if (n < 0 && errno != EAGAIN && errno != EINTR) {
+            if (!lost())
+                markLost(systemErrorString());
             break;
-        pollfd out = {fd, POLLOUT, 0};
-        if (poll(&out, 1, std::max(1, settings.timeoutMs)) <= 0)
+        }
+        const Wait wait = waitFor(fd, POLLOUT, std::max(replyDeadlineNs(), monotonicNs() + NsPerMs));
+        if (wait == Wait::HungUp)
+            hungUp();
+        if (wait != Wait::Ready)
             break;
     }
     gap.sent(monotonicNs() + written * characterTimeNs(settings.line));
-    trace.record("TX", data, written);
-    echo.sent(data, written);
     return written;
 }
 
-int SerialPort::readUntil(char* buffer, int maxLength, long long deadlineNs)
+int SerialPort::readAvailable(char* buffer, int maxLength)
+{
+    const ssize_t n = readSome(buffer, static_cast<size_t>(maxLength));
+    if (n > 0) {
+        const long long now = monotonicNs();
+        gap.heard(now);
+        replyByte(now);
+        replyFlowing = true;
+        lastByteNs = now;
+        return static_cast<int>(n);
+    }
+    if (n < 0 && (errno == EAGAIN || errno == EINTR))
+        return 0;
+    if (lost()) // the kind of port said why already
+        return -1;
+    if (n < 0)
+        markLost(systemErrorString()); // an unplugged adapter: EIO
+    else
+        hungUp();
+    return -1;
+}
+
+// A hung-up tty reads as end of file; what it says to a request on it is the
+// system's own word for the state (EIO).
+void SerialPort::hungUp()
+{
+    termios probe{};
+    if (tcgetattr(fd, &probe) != 0)
+        markLost(systemErrorString());
+    else
+        markLost(QStringLiteral("the device hung up"));
+}
+
+int SerialPort::readUntil(char* buffer, int maxLength, long long firstByteDeadlineNs)
 {
     int got = 0;
     while (got < maxLength) {
-        const long long leftNs = deadlineNs - monotonicNs();
-        if (leftNs <= 0)
+        const long long deadline = replyFlowing ? lastByteNs + silenceNs : firstByteDeadlineNs;
+        const Wait wait = waitFor(fd, POLLIN, deadline);
+        if (wait == Wait::HungUp)
+            hungUp();
+        if (wait != Wait::Ready)
             break;
-        pollfd in = {fd, POLLIN, 0};
-        // Rounded up, so that a wait shorter than a millisecond is not a busy loop.
-        const long long leftMs = (leftNs + NsPerMs - 1) / NsPerMs;
-        const int ready = poll(&in, 1, static_cast<int>(std::min<long long>(leftMs, 60000)));
-        if (ready < 0 && errno == EINTR)
-            continue;
-        if (ready <= 0)
+        const int n = readAvailable(buffer + got, maxLength - got);
+        if (n < 0)
             break;
-        const ssize_t n = readSome(buffer + got, static_cast<size_t>(maxLength - got));
-        if (n > 0) {
-            got += static_cast<int>(n);
-            gap.heard(monotonicNs());
-        } else if (n == 0 || (errno != EAGAIN && errno != EINTR)) {
-            break; // the line is gone (hang-up)
-        }
+        got += n;
     }
     return got;
 }
 
 int SerialPort::listen(char* buffer, int maxLength, int waitMs)
 {
-    if (fd < 0)
+    if (fd < 0 || lost())
         return -1;
     if (buffer == nullptr || maxLength <= 0)
         return 0;
-    pollfd in = {fd, POLLIN, 0};
-    const int ready = poll(&in, 1, std::max(0, waitMs));
-    if (ready < 0)
-        return errno == EINTR ? 0 : -1;
-    if (ready == 0)
-        return 0;
-    if (!(in.revents & POLLIN))
-        return -1; // hung up
-    const ssize_t n = readSome(buffer, static_cast<size_t>(maxLength));
-    if (n > 0)
-        return static_cast<int>(n);
-    return n < 0 && (errno == EAGAIN || errno == EINTR) ? 0 : -1;
+    const Wait wait = waitFor(fd, POLLIN, monotonicNs() + std::max(0, waitMs) * NsPerMs);
+    if (wait == Wait::HungUp) {
+        hungUp();
+        return -1;
+    }
+    if (wait != Wait::Ready)
+        return 0; // quiet, or stopped: the caller looks at its own stop signal
+    return readAvailable(buffer, maxLength);
 }
 
 int SerialPort::receive(char* buffer, int maxLength)
 {
-    if (fd < 0)
+    if (fd < 0 || lost() || stopped())
         return -1;
     if (buffer == nullptr || maxLength <= 0)
         return 0;
-    long long deadlineNs = monotonicNs() + timeoutNs(settings.timeoutMs);
+    long long firstByteNs = replyDeadlineNs();
     if (echo.awaitingEcho())
-        screenEcho(maxLength, &deadlineNs);
+        firstByteNs = screenEcho(maxLength, firstByteNs);
     const int held = std::min(maxLength, static_cast<int>(heldBack.size()));
     std::copy(heldBack.begin(), heldBack.begin() + held, buffer);
     heldBack.erase(heldBack.begin(), heldBack.begin() + held);
-    const int got = held + readUntil(buffer + held, maxLength - held, deadlineNs);
+    const int got = held + readUntil(buffer + held, maxLength - held, firstByteNs);
     trace.record("RX", buffer, got);
     return got;
-}
-
-void SerialPort::screenEcho(int firstCount, long long* deadlineNs)
-{
-    const long long deadline = *deadlineNs;
-    const EchoFilter::Result screened =
-        echo.screen(firstCount, !heldBack.empty(),
-                    [this, deadline](char* buffer, int count) { return readUntil(buffer, count, deadline); });
-    heldBack.insert(heldBack.end(), screened.kept.begin(), screened.kept.end());
-    if (screened.verdict == EchoFilter::Verdict::Mismatch)
-        trace.record("ECHO?", screened.kept.data(), static_cast<int>(screened.kept.size()));
-    else if (screened.verdict == EchoFilter::Verdict::Found)
-        trace.note(QStringLiteral("the line echoes each request (2-wire adapter): discarding the echo from now on"));
-    // The time-out is the servo's to answer in, counted after the echo.
-    if (echo.discarding() && heldBack.empty())
-        *deadlineNs = monotonicNs() + timeoutNs(settings.timeoutMs);
 }
 
 bool SerialPort::setOption(int code, const QVariant& value)
@@ -327,5 +358,6 @@ bool SerialPort::setOption(int code, const QVariant& value)
     heldBack.clear();
     echo.forget();
     discardArmed = true;
+    replyFlowing = false;
     return true;
 }

@@ -5,22 +5,19 @@
 #include <sys/types.h>
 #include <vector>
 
-#include "interface/abstract_device_interface.h"
+#include "port/device_lock.h"
 #include "port/echo_filter.h"
 #include "port/frame_trace.h"
+#include "port/line_port.h"
 #include "port/line_settings.h"
 #include "port/quiet_gap.h"
 
 class DeviceSetting;
 class DriverSetting;
 
-struct SerialPortOptions {
+struct SerialPortOptions : TransactionSettings {
     QString device;
     LineSettings line;
-    int timeoutMs = 500; // each receive() waits at most this long
-    int retry = 3;
-    int stationId = 1;
-    int delayMs = 0;
     EchoMode echoMode = EchoMode::Auto;
     // Keep 3.5 characters of silence before each request, counted from the last
     // byte on the line or from opening the port, whichever came later.
@@ -35,21 +32,24 @@ struct SerialPortOptions {
     void applyDriverSetting(const DriverSetting& driver);
 };
 
-// The host's port object over a POSIX serial device. receive() returns as soon as
-// the count asked for has arrived and waits out the time-out only when it has not.
+// The host's port object over a POSIX serial device, taken for this process
+// alone (DeviceLock). receive() waits up to the time-out for the reply's first
+// byte, then as long as bytes keep coming at the line's pace (replySilenceNs),
+// and returns as soon as the count asked for has arrived.
 // Option 12 discards input not yet read, then again right before the next request
 // goes out, so a late reply to an earlier request is never taken for the next one.
-class SerialPort : public AbstractDeviceInterface {
+class SerialPort : public LinePort {
 public:
     explicit SerialPort(SerialPortOptions options);
     ~SerialPort() override;
     SerialPort(const SerialPort&) = delete;
     SerialPort& operator=(const SerialPort&) = delete;
 
-    bool open();
-    void close();
-    bool isOpen() const { return fd >= 0; }
-    QString errorString() const { return lastError; }
+    bool open() override;
+    void close() override;
+    bool isOpen() const override { return fd >= 0; }
+    QString errorString() const override { return lastError; }
+    QString name() const override { return settings.device; }
     // What became of the kernel's RS-485 mode at open (empty for other line types).
     QString rs485Status() const { return rs485Message; }
     bool rs485Active() const { return rs485On; }
@@ -57,26 +57,17 @@ public:
     int echoMismatches() const { return echo.mismatches(); }
     // Whether echoes are being discarded (forced on, or found by the auto mode).
     bool discardsEcho() const { return echo.discarding(); }
+    // The auto mode could not tell whether the line echoes.
+    QString doubt() const override { return echoDoubt; }
     const SerialPortOptions& options() const { return settings; }
-    // For a host that changes them between commands on an open line.
-    void setStationId(int id) { settings.stationId = id; }
-    void setRetry(int count) { settings.retry = count; }
-    void setDelay(int ms) { settings.delayMs = ms; }
-    void setTimeoutMs(int ms) { settings.timeoutMs = ms; }
-    void setTraceSink(std::function<void(const QString&)> sink) { trace.setSink(std::move(sink)); }
-    void setTraceByteSink(TraceByteSink sink) { trace.setByteSink(std::move(sink)); }
+    void setTraceSink(std::function<void(const QString&)> sink) override { trace.setSink(std::move(sink)); }
+    void setTraceByteSink(TraceByteSink sink) override { trace.setByteSink(std::move(sink)); }
 
-    // For a listen-only monitor: waits up to waitMs for input and returns at once
-    // whatever has come (at most maxLength bytes), 0 if nothing did, -1 when the
-    // port is closed or the line gone.
-    int listen(char* buffer, int maxLength, int waitMs);
+    int listen(char* buffer, int maxLength, int waitMs) override;
 
     int receive(char* buffer, int maxLength) override;
     int send(const char* data, int length) override;
     bool setOption(int code, const QVariant& value) override;
-    int getRetry() override { return settings.retry; }
-    int getStationId() override { return settings.stationId; }
-    int getDelay() override { return settings.delayMs; }
 
 protected:
     // What differs for a line reached another way (a device server over TCP,
@@ -87,6 +78,8 @@ protected:
     virtual void drainOutput();
     virtual ssize_t writeSome(const char* data, size_t length);
     virtual ssize_t readSome(char* buffer, size_t length);
+    // The descriptor hung up: say why (markLost).
+    virtual void hungUp();
 
     SerialPortOptions settings;
     int fd = -1;
@@ -98,12 +91,21 @@ private:
     void enableRs485();
     void waitForQuietLine();
     bool dropLateBytes(long long untilNs);
-    int readUntil(char* buffer, int maxLength, long long deadlineNs);
-    void screenEcho(int firstCount, long long* deadlineNs);
+    int transmit(const char* data, int length);
+    bool probeEcho(const char* request);
+    // One read of what is there: bytes, 0 for none, -1 when the line is lost.
+    int readAvailable(char* buffer, int maxLength);
+    int readUntil(char* buffer, int maxLength, long long firstByteDeadlineNs);
+    long long screenEcho(int firstCount, long long firstByteDeadlineNs);
 
     QString rs485Message;
+    QString echoDoubt;
     bool rs485On = false;
     bool discardArmed = false;      // option 12 seen since the last request went out
+    bool replyFlowing = false;      // bytes came since the request went out
+    long long lastByteNs = 0;
+    long long silenceNs;            // that ends a reply once it flows
+    DeviceLock lock;
     QuietGap gap;
     EchoFilter echo;
     std::vector<char> heldBack;     // bytes read as an echo that were not one

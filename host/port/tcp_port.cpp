@@ -31,7 +31,6 @@ QString TcpPort::endpointInUse() const
 bool TcpPort::openDevice()
 {
     connected = false;
-    lost.clear();
     if (settings.requireRs485) {
         lastError = QStringLiteral("%1: the RS-485 mode of a line behind a device server is set on the server")
                         .arg(settings.device);
@@ -139,23 +138,21 @@ ssize_t TcpPort::readSome(char* buffer, size_t length)
     return got;
 }
 
-int TcpPort::send(const char* data, int length)
+void TcpPort::hungUp()
 {
-    return lost.isEmpty() ? SerialPort::send(data, length) : -1;
-}
-
-int TcpPort::receive(char* buffer, int maxLength)
-{
-    return lost.isEmpty() ? SerialPort::receive(buffer, maxLength) : -1;
+    int error = 0;
+    socklen_t length = sizeof error;
+    getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &length);
+    noteLoss(error);
 }
 
 void TcpPort::noteLoss(int error)
 {
-    if (!lost.isEmpty())
+    if (lost())
         return;
     const int callersErrno = errno; // the port's read and write loops look at it next
-    lost = error == 0 ? QStringLiteral("the device server closed the connection") : systemErrorString(error);
-    trace.note(QStringLiteral("%1: %2").arg(endpointInUse(), lost));
+    markLost(error == 0 ? QStringLiteral("the device server closed the connection") : systemErrorString(error));
+    trace.note(QStringLiteral("%1: %2").arg(endpointInUse(), lostReason()));
     const int count = portRecord.socketData.size();
     if (count > 0)
         portRecord.setCurrentIPIndex((portRecord.currentIPIndex + 1) % count); // fall over to the next

@@ -12,8 +12,9 @@
 //
 // The endpoints come from the port record: its list of (IP, port) entries, tried
 // in order from the current one; the first that accepts the connection becomes
-// current. When the connection fails (reset, closed), the port is lost (lostReason)
-// and the entry after it becomes current, so that the next open() falls over to it.
+// current. When the connection fails (reset, closed), the port is lost (LinePort's
+// lost() with the system's text) and the entry after it becomes current, so that
+// the next open() falls over to it.
 class TcpPort : public SerialPort {
 public:
     TcpPort(SerialPortOptions options, DeviceSetting record);
@@ -21,11 +22,6 @@ public:
     const DeviceSetting& record() const { return portRecord; }
     // "tcp://HOST:PORT" of the connection, or empty when there is none.
     QString endpointInUse() const;
-    // Why the connection went away (the system's text); empty while it holds.
-    QString lostReason() const { return lost; }
-
-    int receive(char* buffer, int maxLength) override;
-    int send(const char* data, int length) override;
 
 protected:
     bool openDevice() override;
@@ -33,6 +29,7 @@ protected:
     void drainOutput() override {} // the server's own buffer: nothing to wait for here
     ssize_t writeSome(const char* data, size_t length) override;
     ssize_t readSome(char* buffer, size_t length) override;
+    void hungUp() override;
 
 private:
     bool connectTo(const DeviceSetting::Endpoint& endpoint, QString* failure);
@@ -40,7 +37,6 @@ private:
 
     DeviceSetting portRecord;
     bool connected = false;
-    QString lost;
 };
 
 #endif

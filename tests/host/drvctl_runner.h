@@ -53,6 +53,25 @@ inline Outcome drvctl(const QStringList& arguments, const QByteArray& input = QB
     return finish(&process);
 }
 
+inline QStringList onDevice(const std::string& path, QStringList arguments)
+{
+    return arguments << QStringLiteral("--device") << QString::fromStdString(path);
+}
+
+// Waits up to 10 s for the condition; false when it never held.
+template <typename Condition>
+bool eventually(Condition condition)
+{
+    QElapsedTimer clock;
+    clock.start();
+    while (!condition()) {
+        if (clock.elapsed() > 10000)
+            return false;
+        usleep(10000);
+    }
+    return true;
+}
+
 // Ctrl-C to a drvctl started here; false when it has no process id of its own
 // or has already ended (never signal anything else).
 inline bool interrupt(QProcess* process)
@@ -125,6 +144,8 @@ public:
         return screen;
     }
     Outcome finish() { return ::finish(&process); }
+    // Ctrl-C, as the terminal's line discipline would send it to the foreground job.
+    bool interrupt() { return ::interrupt(&process); }
 
 private:
     int master;

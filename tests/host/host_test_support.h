@@ -80,11 +80,18 @@ public:
         if (fd >= 0 && grantpt(fd) == 0 && unlockpt(fd) == 0 && ptsname_r(fd, name, sizeof name) == 0)
             slavePath = name;
     }
-    ~PtyPair() { close(fd); }
+    ~PtyPair() { hangUp(); }
     PtyPair(const PtyPair&) = delete;
     PtyPair& operator=(const PtyPair&) = delete;
 
     const std::string& path() const { return slavePath; }
+    // The other end goes away, as an unplugged adapter does.
+    void hangUp()
+    {
+        if (fd >= 0)
+            close(fd);
+        fd = -1;
+    }
     bool send(const char* hexBytes)
     {
         const QByteArray bytes = QByteArray::fromHex(hexBytes);

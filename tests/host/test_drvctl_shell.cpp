@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 namespace {
 
 const QByteArray Prompt = "drvctl> ";
@@ -66,6 +68,27 @@ TEST(DrvctlShellOnTerminal, ARefusedLineKeepsTheSession)
     const Outcome run = terminal.finish();
     EXPECT_EQ(run.exitCode, 2); // the worst line's status
     EXPECT_EQ(run.err, "drvctl: unknown area 'HD' in HD5 (HR, IR, DO, DI, FN5DO, FN6HR)\nTry 'drvctl read --help'.\n");
+}
+
+TEST(DrvctlShellOnTerminal, CtrlCCancelsTheRunningLineOrTheLineTypedAndKeepsTheSession)
+{
+    DrvctlOnTerminal terminal({"shell", "--fault", "1:silent"});
+    ASSERT_EQ(terminal.readUntil(Prompt), Prompt);
+    ASSERT_TRUE(terminal.type("read HR1 --timeout 60000\r"));
+    terminal.readUntil("HR1 --timeout 60000", 10000);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300)); // waiting for the silent servo
+    ASSERT_TRUE(terminal.interrupt());
+    ASSERT_TRUE(terminal.readUntil(NextPrompt).endsWith(NextPrompt));
+    ASSERT_TRUE(terminal.type("read HR"));
+    terminal.readUntil("read HR");
+    ASSERT_TRUE(terminal.interrupt());
+    EXPECT_TRUE(terminal.readUntil(NextPrompt).contains("^C"));
+    ASSERT_TRUE(terminal.type("read HR5 --station 2\r"));
+    EXPECT_TRUE(terminal.readUntil(NextPrompt).contains("HR5 word[1]: 0"));
+    ASSERT_TRUE(terminal.type("\x04"));
+    const Outcome run = terminal.finish();
+    EXPECT_EQ(run.exitCode, 130); // the worst of its lines
+    EXPECT_EQ(run.err, "drvctl: interrupted\n");
 }
 
 TEST(DrvctlShell, SessionOptionsHoldForEveryLineAndALinesOwnForThatLine)

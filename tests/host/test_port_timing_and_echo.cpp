@@ -3,8 +3,11 @@
 #include "host_test_support.h"
 #include "port/echo_filter.h"
 #include "port/quiet_gap.h"
+#include "port/serial_port.h"
 
 #include <gtest/gtest.h>
+
+#include <thread>
 
 namespace {
 
@@ -124,6 +127,67 @@ TEST(EchoFilter, DropsFindsOrKeepsWhatFollowsTheRequest)
         EXPECT_EQ(filter.mismatches(), c.mismatches);
         EXPECT_FALSE(filter.awaitingEcho()); // one screening per request
     }
+}
+
+// Before a function 5 or 6 request on a line not yet known: a read of the same
+// station with both CRC bytes inverted, and what came back decides.
+TEST(EchoFilter, TheProbeBeforeFunctions5And6)
+{
+    using Probe = EchoFilter::Probe;
+    const QByteArray write6 = QByteArray::fromHex("07060009abcd");
+    const std::vector<char> probe = EchoFilter::probeFor(write6.constData());
+    // Its good CRC would be 84 6c.
+    EXPECT_EQ(hex(QByteArray(probe.data(), static_cast<int>(probe.size()))), "07 03 00 00 00 01 7b 93");
+    const struct {
+        const char* name;
+        const char* heard;
+        Probe verdict;
+        bool probeNext; // before the next function 6 request
+        bool discarding;
+    } cases[] = {
+        {"it came back: the line echoes", "0703000000017b93", Probe::Echoes, false, true},
+        {"nothing came back: no echo", "", Probe::Quiet, false, false},
+        {"other bytes: cannot be told", "0703020000", Probe::Undecided, true, false},
+        {"half of it: cannot be told", "07030000", Probe::Undecided, true, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EchoFilter filter(EchoMode::Auto);
+        ASSERT_TRUE(filter.needsProbe(write6.constData(), write6.size()));
+        const QByteArray heard = QByteArray::fromHex(c.heard);
+        EXPECT_EQ(static_cast<int>(filter.judgeProbe(probe, heard.constData(), heard.size())), static_cast<int>(c.verdict));
+        EXPECT_EQ(filter.needsProbe(write6.constData(), write6.size()), c.probeNext);
+        EXPECT_EQ(filter.discarding(), c.discarding);
+    }
+    // Only the auto mode probes, only before 5 and 6, only while the line is unknown.
+    const QByteArray read3 = QByteArray::fromHex("070300000001");
+    EXPECT_FALSE(EchoFilter(EchoMode::Auto).needsProbe(read3.constData(), read3.size()));
+    EXPECT_FALSE(EchoFilter(EchoMode::On).needsProbe(write6.constData(), write6.size()));
+    EXPECT_FALSE(EchoFilter(EchoMode::Off).needsProbe(write6.constData(), write6.size()));
+    EchoFilter learnt(EchoMode::Auto);
+    learnt.sent(read3.constData(), read3.size());
+    ScriptedLine reply("0703020000 ff");
+    learnt.screen(5, false, reply.reader()); // a reply, no echo before it
+    EXPECT_FALSE(learnt.needsProbe(write6.constData(), write6.size()));
+}
+
+// A line that answers the probe with other bytes: the write does not go out,
+// and the port says why.
+TEST(SerialPortTest, AProbeThatCannotBeToldKeepsTheWriteHome)
+{
+    PtyPair pty;
+    SerialPort port(portOptions(pty.path(), 100));
+    ASSERT_TRUE(port.open());
+    std::thread line([&] {
+        if (pty.take(8, 5000).size() == 8)
+            pty.send("01 03 02 00 00 b8 44"); // a servo that answers even a spoilt CRC
+    });
+    EXPECT_EQ(port.send("\x01\x06\x00\x09\xAB\xCD\xE7\x6D", 8), -1);
+    line.join();
+    EXPECT_EQ(port.doubt().toStdString(),
+              "cannot tell whether " + pty.path() + " echoes each request (the probe no station answers came back as "
+              "other bytes), so the reply to a function 5 or 6 write could be its own echo");
+    EXPECT_EQ(pty.take(8, 200).size(), 0); // the write stayed home
 }
 
 TEST(EchoFilter, AFoundEchoIsForgottenWhenThePortOpensAgain)

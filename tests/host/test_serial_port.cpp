@@ -47,6 +47,7 @@ TEST(SerialPortTest, Rs485ModeRefusedByAPseudoTerminalIsReportedNotFatal)
     EXPECT_TRUE(status.startsWith(QStringLiteral("RS-485 mode not available on %1 (").arg(QString::fromStdString(pty.path()))))
         << status.toStdString();
     EXPECT_TRUE(status.endsWith(QStringLiteral("): the adapter must switch the line direction itself"))) << status.toStdString();
+    port.close(); // one master on a line
     options.requireRs485 = true;
     SerialPort demanding(options);
     EXPECT_FALSE(demanding.open());
@@ -54,7 +55,7 @@ TEST(SerialPortTest, Rs485ModeRefusedByAPseudoTerminalIsReportedNotFatal)
 }
 
 // Option 12 comes first, as the driver sends it before every request: stale input must go.
-TEST(SerialPortTest, ReceiveReturnsOnceTheBytesAreThereAndWaitsOutTheTimeOutOtherwise)
+TEST(SerialPortTest, ReceiveWaitsTheTimeOutForTheFirstByteThenTheLinesSilence)
 {
     const struct {
         int timeoutMs;
@@ -66,7 +67,7 @@ TEST(SerialPortTest, ReceiveReturnsOnceTheBytesAreThereAndWaitsOutTheTimeOutOthe
     } cases[] = {
         {2000, "01 03 02 00 07", "01 03", "14 00 0a 99", "01 03 14 00 0a", 25, 500}, // far from the time-out
         {120, "", "", "", "", 115, 400},
-        {120, "", "01 03 14", "", "01 03 14", 115, 400},
+        {2000, "", "01 03 14", "", "01 03 14", 35, 1000}, // a reply that stops ends at the line's silence
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.expected);
@@ -224,14 +225,14 @@ TEST(FrameTraceTest, OneLinePerFrameEachWay)
         lastNs = monotonicNs;
     });
     ASSERT_TRUE(port.open());
-    port.send("\x01\x06", 2);
-    pty.send("01 86 02");
+    port.send("\x01\x03", 2);
+    pty.send("01 83 02");
     char reply[3];
     ASSERT_EQ(port.receive(reply, 3), 3);
     EXPECT_EQ(port.receive(reply, 1), 0); // silence leaves no line
     lines.replaceInStrings(QRegularExpression(QStringLiteral("^\\[ *\\d+\\.\\d{6}\\] ")), QString());
-    EXPECT_EQ(lines, QStringList({"TX 01 06", "RX 01 86 02"}));
-    EXPECT_EQ(transfers, QStringList({"TX 0106", "RX 018602"}));
+    EXPECT_EQ(lines, QStringList({"TX 01 03", "RX 01 83 02"}));
+    EXPECT_EQ(transfers, QStringList({"TX 0103", "RX 018302"}));
 }
 
 } // namespace
