@@ -104,7 +104,7 @@ TEST(DrvctlTest, EchoModeReachesThePort)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.mode);
-        const Outcome run = drvctl({"read", "HR1", "--line-echo", "--echo", c.mode, "--retry", "0", "--timeout", "100"});
+        const Outcome run = drvctl({"read", "HR1", "--line-echo", "--echo", c.mode, "--retry", "0", "--timeout", "1000"});
         EXPECT_EQ(run.exitCode, c.exitCode);
         EXPECT_EQ(run.err, c.err);
     }
@@ -137,7 +137,7 @@ TEST(DrvctlTest, FaultSwitchesReachTheSimulatedServos)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.fault);
-        const Outcome run = drvctl({"read", "HR1", "--retry", "0", "--timeout", "60", "--instant", "--fault", c.fault});
+        const Outcome run = drvctl({"read", "HR1", "--retry", "0", "--timeout", "150", "--instant", "--fault", c.fault});
         EXPECT_EQ(run.exitCode, c.exitCode);
         EXPECT_EQ(run.err, c.err);
     }

@@ -40,7 +40,7 @@ TEST(DrvctlScan, FindsTheSimulatedServosAtTheLinesSettingsOnly)
 
 TEST(DrvctlScan, ReportsExceptionsAsAnswersAndExitsOneWhenNothingAnswers)
 {
-    const Outcome run = drvctl({"scan", "--ids", "1-4", "--timeout", "20", "--instant", "--fault", "2:exception=1:2",
+    const Outcome run = drvctl({"scan", "--ids", "1-4", "--timeout", "150", "--instant", "--fault", "2:exception=1:2",
                                 "--fault", "3:silent"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     const QStringList lines = run.lines();

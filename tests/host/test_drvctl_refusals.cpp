@@ -110,7 +110,7 @@ TEST(DrvctlRefuses, InJsonWhenAskedTo)
 TEST(DrvctlRefuses, StationListThatWouldSendToNoServo)
 {
     // The table is the driver's, kept for the session: what it holds decides.
-    const Outcome run = drvctl({"shell", "--retry", "0", "--timeout", "50", "--instant"},
+    const Outcome run = drvctl({"shell", "--retry", "0", "--timeout", "500", "--instant"},
                                "write HR60000 2 2\n"  // a list of 2 with its second entry still 0
                                "write HR60010 5\n"    // refused: the fan-out would broadcast
                                "read HR60010\n"       // refused: HR60009 names no station

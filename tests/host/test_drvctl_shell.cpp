@@ -94,7 +94,7 @@ TEST(DrvctlShellOnTerminal, CtrlCCancelsTheRunningLineOrTheLineTypedAndKeepsTheS
 TEST(DrvctlShell, SessionOptionsHoldForEveryLineAndALinesOwnForThatLine)
 {
     // Station 2 for the session; a line's --station, --json or --trace for that line only.
-    const Outcome run = drvctl({"shell", "--station", "2", "--retry", "0", "--timeout", "50", "--instant"},
+    const Outcome run = drvctl({"shell", "--station", "2", "--retry", "0", "--timeout", "500", "--instant"},
                                "write HR7 22\n"
                                "read HR7\n"
                                "read HR7 --station 1\n"

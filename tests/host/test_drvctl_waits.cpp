@@ -141,7 +141,7 @@ TEST(DrvctlWaits, RoundTripLeavesOutTheDelay)
 
 TEST(DrvctlWaits, ScanListsGarbledAnswers)
 {
-    const Outcome run = drvctl({"scan", "--ids", "1-5", "--timeout", "50", "--stations", "1,2,3,4", "--fault",
+    const Outcome run = drvctl({"scan", "--ids", "1-5", "--timeout", "300", "--stations", "1,2,3,4", "--fault",
                                 "1:bad-crc", "--fault", "2:slave-id=9", "--fault", "3:drop=4", "--json"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     std::map<int, std::string> answers;
@@ -151,7 +151,7 @@ TEST(DrvctlWaits, ScanListsGarbledAnswers)
             a.contains(QStringLiteral("garbled")) ? a.value(QStringLiteral("garbled")).toString().toStdString() : "reply";
     }
     EXPECT_EQ(answers, (std::map<int, std::string>{{1, "bad CRC"}, {2, "wrong slave id 9"}, {3, "cut frame"}, {4, "reply"}}));
-    const Outcome text = drvctl({"scan", "--ids", "1", "--timeout", "50", "--fault", "1:bad-crc"});
+    const Outcome text = drvctl({"scan", "--ids", "1", "--timeout", "300", "--fault", "1:bad-crc"});
     ASSERT_EQ(text.exitCode, 0) << text.err;
     EXPECT_TRUE(text.lines().value(1).endsWith(QStringLiteral("  garbled: bad CRC"))) << text.out;
     EXPECT_TRUE(text.lines().value(2).startsWith(QStringLiteral("1 answered (1 garbled), 1 of 1 probe(s) in "))) << text.out;
