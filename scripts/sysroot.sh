@@ -1,24 +1,29 @@
 #!/usr/bin/env bash
-# Extracts the armhf libraries and headers the cross build links against into a
-# sysroot folder (default build/armhf-sysroot), without installing anything into
-# this machine. The mirror is the one this machine's apt configuration names.
-# Kept between runs: delete the folder to fetch it again.
+# Extracts the Debian 12 libraries and headers a cross build links against into
+# a sysroot folder, without installing anything into this machine:
+#   scripts/sysroot.sh ARCH [FOLDER]     ARCH armhf or arm64; default build/ARCH-sysroot
+# The mirror is the one this machine's apt configuration names. The folder also
+# gets a dpkg database of the packages it holds (var/lib/dpkg), so that
+# dpkg-shlibdeps computes the cross packages' dependencies from the sysroot's own
+# libraries, symbols and shlibs files. Kept between runs: delete it to fetch again.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-sysroot=${1:-build/armhf-sysroot}
+arch=${1:?usage: scripts/sysroot.sh ARCH [FOLDER]}
+sysroot=$(realpath -m "${2:-build/$arch-sysroot}")
 [ -f "$sysroot/.complete" ] && exit 0
 
 mirror=$(apt-get indextargets --format '$(RELEASE) $(REPO_URI)' | awk '$1 == "bookworm" { print $2; exit }')
 if [ -z "$mirror" ]; then
-  echo "armhf_sysroot: no bookworm repository in this machine's apt configuration" >&2
+  echo "sysroot: no bookworm repository in this machine's apt configuration" >&2
   exit 1
 fi
 
 packages=libc6-dev,libstdc++-12-dev,qtbase5-dev,libqt5sql5-sqlite,libgtest-dev,libgmock-dev,libmodbus-dev,libbenchmark-dev
 rm -rf "$sysroot"
 mkdir -p "$(dirname "$sysroot")"
-mmdebstrap --quiet --variant=extract --arch=armhf --include="$packages" \
+# The downloaded packages are kept for the database below and removed after it.
+mmdebstrap --quiet --variant=extract --arch="$arch" --include="$packages" --skip=cleanup/apt/cache \
   bookworm "$sysroot" "deb $mirror bookworm main" "deb $mirror bookworm-updates main"
 
 # Absolute links point into this machine once the folder is used as a sysroot.
@@ -26,6 +31,32 @@ find "$sysroot" -type l -lname '/*' | while read -r link; do
   target=$(readlink "$link")
   ln -sfn "$(realpath -m --relative-to="$(dirname "$link")" "$sysroot$target")" "$link"
 done
+
+# What dpkg would have recorded had it installed the packages. The file lists name
+# the paths as this machine sees them (under the sysroot), since that is where
+# dpkg-shlibdeps finds the libraries and asks which package holds them.
+admin=$sysroot/var/lib/dpkg
+rm -rf "$admin"
+mkdir -p "$admin/info" "$admin/updates"
+printf '%s\n' "$(dpkg --print-architecture)" "$arch" > "$admin/arch"
+: > "$admin/status"
+control=$(mktemp -d)
+for deb in "$sysroot"/var/cache/apt/archives/*.deb; do
+  package=$(dpkg-deb -f "$deb" Package)
+  name=$package
+  [ "$(dpkg-deb -f "$deb" Multi-Arch)" = same ] && name=$package:$(dpkg-deb -f "$deb" Architecture)
+  dpkg-deb -f "$deb" | sed '/^Status:/d' | awk -v status="Status: install ok installed" \
+    'NR == 2 { print status } { print }' >> "$admin/status"
+  echo >> "$admin/status"
+  dpkg-deb --fsys-tarfile "$deb" | tar -t | sed -e 's|^\./|/|' -e 's|/$||' -e '/^$/d' -e '/^\.$/d' \
+    | sed "s|^|$sysroot|" > "$admin/info/$name.list"
+  rm -rf "${control:?}"/*
+  dpkg-deb -e "$deb" "$control"
+  for file in symbols shlibs triggers; do
+    [ -f "$control/$file" ] && cp "$control/$file" "$admin/info/$name.$file"
+  done
+done
+rm -rf "$control" "$sysroot"/var/cache/apt/archives/*.deb
 # qemu -L would hand the tests the sysroot's own device nodes and mounts.
 rm -rf "${sysroot:?}"/{dev,tmp,proc,sys,run}
 touch "$sysroot/.complete"
