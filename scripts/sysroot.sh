@@ -13,11 +13,7 @@ arch=${1:?usage: scripts/sysroot.sh ARCH [FOLDER]}
 sysroot=$(realpath -m "${2:-build/$arch-sysroot}")
 [ -f "$sysroot/.complete" ] && exit 0
 
-mirror=$(apt-get indextargets --format '$(RELEASE) $(REPO_URI)' | awk '$1 == "bookworm" { print $2; exit }')
-if [ -z "$mirror" ]; then
-  echo "sysroot: no bookworm repository in this machine's apt configuration" >&2
-  exit 1
-fi
+mirror=$(bash scripts/debian_mirror.sh)
 
 packages=libc6-dev,libstdc++-12-dev,qtbase5-dev,libqt5sql5-sqlite,libgtest-dev,libgmock-dev,libmodbus-dev,libbenchmark-dev
 rm -rf "$sysroot"

@@ -12,10 +12,10 @@ arch=$1 sysroot=$2; shift 2
 # takes them: class (32/64-bit), little endian, executable or shared object, machine.
 case $arch in
   armhf) # 32-bit, machine 40 (ARM)
-    name=arm
+    name=arm triplet=arm-linux-gnueabihf
     magic='\x7fELF\x01\x01\x01\x00\x00\x00\x00\x00\x00\x00\x00\x00\x02\x00\x28\x00' ;;
   arm64) # 64-bit, machine 183 (AArch64)
-    name=aarch64
+    name=aarch64 triplet=aarch64-linux-gnu
     magic='\x7fELF\x02\x01\x01\x00\x00\x00\x00\x00\x00\x00\x00\x00\x02\x00\xb7\x00' ;;
   *) echo "in_namespace: unknown architecture $arch" >&2; exit 2 ;;
 esac
@@ -28,6 +28,9 @@ fi
 # F opens qemu now, outside any chroot.
 printf '%s' ":qemu-$name:M::$magic:$mask:$qemu:F" > /proc/sys/fs/binfmt_misc/register
 export QEMU_LD_PREFIX=$sysroot
+# qemu-aarch64 does not show Qt its compiled-in plug-in folder (the SQLite driver)
+# under the prefix; named outright it is found on every architecture.
+export QT_PLUGIN_PATH=$sysroot/usr/lib/$triplet/qt5/plugins
 # Not exec: the namespace's first process ignores signals it has no handler for,
 # so an emulated program there could not even abort.
 "$@"
