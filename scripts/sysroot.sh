@@ -34,6 +34,7 @@ done
 admin=$sysroot/var/lib/dpkg
 rm -rf "$admin"
 mkdir -p "$admin/info" "$admin/updates"
+echo 1 > "$admin/info/format" # info files named package:arch for Multi-Arch: same
 printf '%s\n' "$(dpkg --print-architecture)" "$arch" > "$admin/arch"
 : > "$admin/status"
 control=$(mktemp -d)

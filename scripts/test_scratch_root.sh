@@ -14,6 +14,8 @@ set -uo pipefail
 cd "$(dirname "$0")/.."
 debs=$1 work=$2
 base=$PWD/build/scratch-root-base
+# Downloaded packages are kept for the next run (apt still fetches what is new).
+archives=$PWD/build/scratch-root-archives
 root=$work/root
 passed=0 failed=0
 
@@ -48,14 +50,16 @@ prepare_root() {
   mount -t proc proc "$root/proc" &&
     mount -t devpts -o newinstance,ptmxmode=0666 devpts "$root/dev/pts" &&
     touch "$root/dev/ptmx" && mount --bind "$root/dev/pts/ptmx" "$root/dev/ptmx" &&
-    mkdir -p "$work/apt-archives" && mount --bind "$work/apt-archives" "$root/var/cache/apt/archives" || return 1
+    mkdir -p "$archives" && mount --bind "$archives" "$root/var/cache/apt/archives" || return 1
   mkdir -p "$root/tmp/debs" "$root/tmp/consumer"
   cp "$debs"/{libdrivertools1,libdrivertools-dev,teco-servo-driver,drvctl}_*_amd64.deb "$root/tmp/debs/" &&
     cp tests/install/* "$root/tmp/consumer/" && snapshot "$work/before.list"
 }
 
 apt_install() {
-  in_root apt-get update && DEBIAN_FRONTEND=noninteractive in_root apt-get install -y --no-install-recommends /tmp/debs/*.deb
+  local packages=()
+  for deb in "$root"/tmp/debs/*.deb; do packages+=("/tmp/debs/${deb##*/}"); done
+  in_root apt-get update && DEBIAN_FRONTEND=noninteractive in_root apt-get install -y --no-install-recommends "${packages[@]}"
 }
 
 drvctl_version() {
