@@ -7,7 +7,7 @@ packages=(
   build-essential cmake pkg-config
   qtbase5-dev libqt5sql5-sqlite
   libgtest-dev libgmock-dev googletest libbenchmark-dev
-  libmodbus-dev
+  libmodbus-dev libedit-dev
   tshark valgrind
   "$@"
 )

@@ -11,11 +11,12 @@ cd "$(dirname "$0")/.."
 
 arch=${1:?usage: scripts/sysroot.sh ARCH [FOLDER]}
 sysroot=$(realpath -m "${2:-build/$arch-sysroot}")
-[ -f "$sysroot/.complete" ] && exit 0
+packages=libc6-dev,libstdc++-12-dev,qtbase5-dev,libqt5sql5-sqlite,libgtest-dev,libgmock-dev,libmodbus-dev,libbenchmark-dev,libedit-dev
+# A sysroot made from another package list is made again.
+[ "$(cat "$sysroot/.complete" 2>/dev/null)" = "$packages" ] && exit 0
 
 mirror=$(bash scripts/debian_mirror.sh)
 
-packages=libc6-dev,libstdc++-12-dev,qtbase5-dev,libqt5sql5-sqlite,libgtest-dev,libgmock-dev,libmodbus-dev,libbenchmark-dev
 rm -rf "$sysroot"
 mkdir -p "$(dirname "$sysroot")"
 # The downloaded packages are kept for the database below and removed after it.
@@ -56,4 +57,4 @@ done
 rm -rf "$control" "$sysroot"/var/cache/apt/archives/*.deb
 # qemu -L would hand the tests the sysroot's own device nodes and mounts.
 rm -rf "${sysroot:?}"/{dev,tmp,proc,sys,run}
-touch "$sysroot/.complete"
+echo "$packages" > "$sysroot/.complete"

@@ -6,7 +6,9 @@
 #include <cstdint>
 
 #include "common/fuzz_check.h"
+#include "drvctl/address.h"
 #include "drvctl/invocation.h"
+#include "drvctl/transfer_plan.h"
 #include "drvctl/value_codec.h"
 
 namespace {
@@ -33,10 +35,40 @@ bool plainAscii(const QString& address)
 void checkAddressText(const QString& address)
 {
     QString error;
-    if (checkAddress(address, &error))
-        FUZZ_REQUIRE(plainAscii(address), "an accepted address is plain ASCII");
-    else
+    Address parsed;
+    if (!parseAddress(address, &parsed, &error)) {
         FUZZ_REQUIRE(!error.isEmpty(), "a refused address says why");
+        return;
+    }
+    FUZZ_REQUIRE(plainAscii(address), "an accepted address is plain ASCII");
+    FUZZ_REQUIRE(address.startsWith(areaName(parsed.area), Qt::CaseInsensitive)
+                     && address.at(areaName(parsed.area).size()).isDigit(),
+                 "an accepted address begins with one of the servo's areas and its number");
+    FUZZ_REQUIRE(parsed.bit < 16 && (parsed.bit < 0 || !isBitArea(parsed.area)), "a .bit only 0..15 on registers");
+    FUZZ_REQUIRE(!parsed.highWordFirst || !isBitArea(parsed.area), "SW only on registers");
+}
+
+// The driver commands of a transfer: the whole count, none over the limit, each
+// address one drvctl would accept, none starting inside the driver's own registers
+// unless the transfer does.
+void checkPlan(const QString& address, int dataType, int count, Direction direction)
+{
+    TransferPlan plan;
+    QString error;
+    if (!planTransfer(address, dataType, count, direction, &plan, &error)) {
+        FUZZ_REQUIRE(!error.isEmpty(), "a refused transfer says why");
+        return;
+    }
+    int next = 0;
+    for (const TransferPiece& piece : plan.pieces) {
+        FUZZ_REQUIRE(piece.first == next && piece.count > 0 && piece.count <= plan.limit, "pieces in order, within the limit");
+        next += piece.count;
+        Address part;
+        FUZZ_REQUIRE(parseAddress(piece.address, &part, &error), "every piece's address is one drvctl accepts");
+        FUZZ_REQUIRE(part.area == plan.address.area, "every piece in the same area");
+        FUZZ_REQUIRE(piece.first == 0 || !isDriverRegister(part), "no piece starts in the driver's own registers");
+    }
+    FUZZ_REQUIRE(next == count, "the pieces carry the whole count");
 }
 
 void checkValues(int dataType, const QStringList& texts)
@@ -119,8 +151,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const int dataType = DataTypes[(data[0] >> 2) % 8];
     switch (data[0] & 3) {
     case 0:
-        for (const QString& address : texts)
+        for (const QString& address : texts) {
             checkAddressText(address);
+            // The first text's length picks a count from 1 to 65536, bit 7 the direction.
+            checkPlan(address, dataType, 1 + (texts.first().size() * 4099) % 65536,
+                      (data[0] & 0x80) ? Direction::Write : Direction::Read);
+        }
         break;
     case 1: checkValues(dataType, texts); break;
     case 2: checkDecode(dataType, rest, texts.first().size() * (data[0] >> 5) - 3); break;

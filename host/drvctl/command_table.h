@@ -18,6 +18,14 @@ enum OptionGroup : unsigned {
     PollOptions = 1u << 7,          // --elements --hex --count (rounds) --interval
     ScanOptions = 1u << 8,          // --ids --lines --probe
     MonitorOptions = 1u << 9,       // --raw --pcap
+    EveryCommand = ~0u,             // --json
+};
+
+// What a command's arguments address, and how they are checked before it runs.
+enum class Addresses {
+    None,
+    Read,  // every argument is an address to read
+    Write, // the first is the address to write, the values follow
 };
 
 // What a command needs before its handler runs.
@@ -35,7 +43,7 @@ struct CommandDefinition {
     unsigned options;        // OptionGroup bits
     int minArguments;
     int maxArguments;     // -1: no limit
-    int addressArguments; // leading arguments checked as addresses (-1: all)
+    Addresses addresses;
     Needs needs;
     bool stopsOnCtrlC; // Ctrl-C ends it with what it has (a summary)
     bool inShell;

@@ -2,6 +2,7 @@
 #include "drvctl/exit_codes.h"
 #include "drvctl/plugin_loading.h"
 #include "drvctl/session.h"
+#include "drvctl/transfer_plan.h"
 #include "drvctl/value_codec.h"
 #include "interface/driver_interface.h"
 #include "tools/device_setting.h"
@@ -34,13 +35,6 @@ QString dumpOf(Record* record)
 }
 
 } // namespace
-
-bool Session::readValues(const Invocation& request, const QString& address, int dataType, QByteArray* data)
-{
-    const CommunicatorCommand command(dataType, request.count, address);
-    *data = driver->read(port, command);
-    return !driver->hasError();
-}
 
 int Session::version(const Invocation&)
 {
@@ -89,44 +83,46 @@ int Session::info(const Invocation&)
 int Session::read(const Invocation& request)
 {
     const QString address = request.arguments.constFirst();
-    const int dataType = dataTypeOf(address, request.dataType);
-    QByteArray data;
-    if (!readValues(request, address, dataType, &data))
-        return out.failure(driver->getLastError(), ExitDriverFailure);
-    const QList<qint64> values = decodeValues(dataType, data, request.count);
+    TransferPlan plan;
+    QList<qint64> values;
+    QString error;
+    switch (readValues(request, address, &plan, &values, &error)) {
+    case Transfer::Refused: return out.usage(error, request.command);
+    case Transfer::Failed: return out.failure(error, ExitDriverFailure);
+    case Transfer::Done: break;
+    }
     // Only the form asked for: a shell runs this once a line.
     if (out.json())
         out.object(QJsonObject{{QStringLiteral("ok"), true},
                                {QStringLiteral("address"), address},
-                               {QStringLiteral("type"), dataTypeName(dataType)},
+                               {QStringLiteral("type"), dataTypeName(plan.dataType)},
                                {QStringLiteral("station"), port->getStationId()},
                                {QStringLiteral("values"), valuesJson(values)}});
     else
         out.line(QStringLiteral("%1 %2[%3]: %4")
-                     .arg(address, dataTypeName(dataType), QString::number(values.size()),
-                          valuesText(dataType, values, request.hex)));
+                     .arg(address, dataTypeName(plan.dataType), QString::number(values.size()),
+                          valuesText(plan.dataType, values, request.hex)));
     return ExitSuccess;
 }
 
 int Session::write(const Invocation& request)
 {
     const QString address = request.arguments.constFirst();
-    const QStringList texts = request.arguments.mid(1);
-    const int dataType = dataTypeOf(address, request.dataType);
-    QByteArray data;
+    const int written = request.arguments.size() - 1;
+    TransferPlan plan;
     QString error;
-    if (!encodeValues(dataType, texts, &data, &error))
-        return out.usage(error, request.command);
-    const CommunicatorCommand command(dataType, texts.size(), address);
-    if (!driver->write(port, command, data) || driver->hasError())
-        return out.failure(driver->getLastError(), ExitDriverFailure);
+    switch (writeValues(request, &plan, &error)) {
+    case Transfer::Refused: return out.usage(error, request.command);
+    case Transfer::Failed: return out.failure(error, ExitDriverFailure);
+    case Transfer::Done: break;
+    }
     if (out.json())
         out.object(QJsonObject{{QStringLiteral("ok"), true},
                                {QStringLiteral("address"), address},
-                               {QStringLiteral("type"), dataTypeName(dataType)},
+                               {QStringLiteral("type"), dataTypeName(plan.dataType)},
                                {QStringLiteral("station"), port->getStationId()},
-                               {QStringLiteral("written"), texts.size()}});
+                               {QStringLiteral("written"), written}});
     else
-        out.line(QStringLiteral("%1 %2[%3] written").arg(address, dataTypeName(dataType), QString::number(texts.size())));
+        out.line(QStringLiteral("%1 %2[%3] written").arg(address, dataTypeName(plan.dataType), QString::number(written)));
     return ExitSuccess;
 }

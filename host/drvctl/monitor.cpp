@@ -6,21 +6,14 @@
 #include "monitor/pcap_writer.h"
 #include "monitor/transaction_decoder.h"
 #include "monitor/transaction_format.h"
+#include "port/monotonic_clock.h"
 #include "simulator/servo_line.h"
 
 #include <QJsonArray>
 #include <QStringList>
 #include <algorithm>
-#include <ctime>
 
 namespace {
-
-long long monotonicNs()
-{
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<long long>(now.tv_sec) * 1000000000LL + now.tv_nsec;
-}
 
 // Frames through the decoder to the output, and into the pcap file as they pass.
 class MonitorSink {

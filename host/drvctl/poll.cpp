@@ -3,6 +3,7 @@
 #include "drvctl/round_trip_stats.h"
 #include "drvctl/session.h"
 #include "drvctl/stop_signals.h"
+#include "drvctl/transfer_plan.h"
 #include "drvctl/value_codec.h"
 #include "interface/driver_interface.h"
 
@@ -35,19 +36,22 @@ int Session::poll(const Invocation& request)
         QJsonObject values;
         for (int i = 0; i < addresses.size(); ++i) {
             const QString& address = addresses[i];
-            const int dataType = dataTypeOf(address, request.dataType);
             QElapsedTimer clock;
             clock.start();
-            QByteArray data;
-            if (readValues(request, address, dataType, &data)) {
+            TransferPlan plan;
+            QList<qint64> decoded;
+            QString error;
+            const Transfer outcome = readValues(request, address, &plan, &decoded, &error);
+            if (outcome == Transfer::Refused)
+                return out.usage(error, request.command);
+            if (outcome == Transfer::Done) {
                 roundTrips.add(static_cast<double>(clock.nsecsElapsed()) / 1e6);
-                const QList<qint64> decoded = decodeValues(dataType, data, request.count);
-                text << QStringLiteral("%1=%2").arg(address, valuesText(dataType, decoded, request.hex));
+                text << QStringLiteral("%1=%2").arg(address, valuesText(plan.dataType, decoded, request.hex));
                 values.insert(address, valuesJson(decoded));
             } else {
                 ++failures[static_cast<size_t>(i)];
-                text << QStringLiteral("%1=(%2)").arg(address, driver->getLastError());
-                values.insert(address, QJsonObject{{QStringLiteral("error"), driver->getLastError()}});
+                text << QStringLiteral("%1=(%2)").arg(address, error);
+                values.insert(address, QJsonObject{{QStringLiteral("error"), error}});
             }
         }
         ++rounds;

@@ -2,6 +2,7 @@
 #include "drvctl/exit_codes.h"
 #include "drvctl/session.h"
 #include "drvctl/stop_signals.h"
+#include "drvctl/transfer_plan.h"
 #include "drvctl/value_codec.h"
 #include "interface/driver_interface.h"
 
@@ -118,7 +119,11 @@ int Session::scan(const Invocation& request)
         probe.retry = 0;
     if (probe.timeout < 0)
         probe.timeout = ProbeTimeoutMs;
-    const int dataType = dataTypeOf(request.probe, -1);
+    TransferPlan plan;
+    QString error;
+    if (!planTransfer(request.probe, -1, 1, Direction::Read, &plan, &error))
+        return out.usage(error, request.command);
+    const int dataType = plan.dataType;
 
     const bool progress = isatty(STDERR_FILENO) != 0;
     const int total = static_cast<int>(lines.size()) * ids.size();
@@ -142,12 +147,14 @@ int Session::scan(const Invocation& request)
             useTransactionSettings(probe);
             QElapsedTimer roundTrip;
             roundTrip.start();
-            QByteArray data;
-            const bool replied = readValues(probe, request.probe, dataType, &data);
+            QList<qint64> values;
+            const Transfer outcome = readValues(probe, request.probe, &plan, &values, &error);
             const double ms = static_cast<double>(roundTrip.nsecsElapsed()) / 1e6;
-            const QString exception = replied ? QString() : exceptionIn(driver->getLastError());
-            if (replied || !exception.isEmpty())
-                found.push_back({id, line.toString(), ms, exception, decodeValues(dataType, data, 1)});
+            if (outcome == Transfer::Refused)
+                return out.usage(error, request.command);
+            const QString exception = outcome == Transfer::Done ? QString() : exceptionIn(error);
+            if (outcome == Transfer::Done || !exception.isEmpty())
+                found.push_back({id, line.toString(), ms, exception, values});
             ++done;
         }
     }

@@ -22,7 +22,7 @@ EchoMode echoModeNamed(const QString& name)
 
 } // namespace
 
-Session::Session(const Invocation& invocation) : setup(invocation), out(invocation.json) {}
+Session::Session(const Invocation& invocation) : setup(invocation), out(invocation.json), tracing(invocation.trace) {}
 
 Session::~Session()
 {
@@ -126,16 +126,15 @@ int Session::openPort(const LineSettings& line)
     }
     ownPort = std::make_unique<SerialPort>(options);
     port = ownPort.get();
-    if (setup.trace || capture) {
-        const bool print = setup.trace;
-        TraceCapture* frames = capture.get();
-        ownPort->setTraceSink([print, frames](const QString& line) {
-            if (print)
+    // A shell line may ask for the trace of its own frames.
+    if (setup.trace || setup.command == QLatin1String("shell")) {
+        ownPort->setTraceSink([this](const QString& line) {
+            if (tracing)
                 std::fprintf(stderr, "%s\n", line.toLocal8Bit().constData());
-            if (frames)
-                frames->take(line);
         });
     }
+    if (capture)
+        ownPort->setTraceByteSink(capture->byteSink());
     if (!ownPort->open())
         return out.failure(ownPort->errorString(), ExitSetup);
     if (setup.trace && !ownPort->rs485Status().isEmpty())
@@ -151,8 +150,11 @@ void Session::useTransactionSettings(const Invocation& request)
 {
     if (!ownPort)
         return;
-    ownPort->setStationId(request.station >= 0 ? request.station : baseline.stationId);
-    ownPort->setRetry(request.retry >= 0 ? request.retry : baseline.retry);
-    ownPort->setDelay(request.delay >= 0 ? request.delay : baseline.delayMs);
-    ownPort->setTimeoutMs(request.timeout >= 0 ? request.timeout : baseline.timeoutMs);
+    const auto chosen = [](int line, int session, int driverDefault) {
+        return line >= 0 ? line : session >= 0 ? session : driverDefault;
+    };
+    ownPort->setStationId(chosen(request.station, setup.station, baseline.stationId));
+    ownPort->setRetry(chosen(request.retry, setup.retry, baseline.retry));
+    ownPort->setDelay(chosen(request.delay, setup.delay, baseline.delayMs));
+    ownPort->setTimeoutMs(chosen(request.timeout, setup.timeout, baseline.timeoutMs));
 }

@@ -9,11 +9,15 @@
 #include "drvctl/output.h"
 #include "port/serial_port.h"
 
+#include <QList>
+#include <QVector>
+
 class AbstractDeviceInterface;
 class DriverInterface;
 class ServoLine;
 class TraceCapture;
 struct CommandDefinition;
+struct TransferPlan;
 
 // One drvctl run: the driver plug-in, the line (a serial device or a simulated
 // one started here) and the commands run on top of them: one, or one per shell line.
@@ -44,17 +48,30 @@ public:
     int shell(const Invocation& request);
 
 private:
+    // The shell's lines from libedit, on a terminal.
+    int shellOnTerminal();
+
     // Setting up; each returns an exit status (ExitSuccess to go on).
     int loadDriver();
     // Without --device; answers at `settings` only, or at any with nullptr.
     int startSimulatedLine(const LineSettings* settings);
     int lineSettings(LineSettings* settings);
     int openPort(const LineSettings& line);
-    // The port takes the command's station, retry, delay and time-out, or the session's.
+    // The port takes the command's station, retry, delay and time-out, or those the
+    // session was started with, or the driver's defaults.
     void useTransactionSettings(const Invocation& request);
 
-    // One driver read; false leaves the driver's error text.
-    bool readValues(const Invocation& request, const QString& address, int dataType, QByteArray* data);
+    // How a read or write went: done, refused before anything was sent (exit 2), or
+    // failed in the driver (exit 1); the text says why.
+    enum class Transfer { Done, Refused, Failed };
+    // Reads the address in as many driver commands as the Modbus limits ask for and
+    // joins the values.
+    Transfer readValues(const Invocation& request, const QString& address, TransferPlan* plan, QList<qint64>* values,
+                        QString* error);
+    Transfer writeValues(const Invocation& request, TransferPlan* plan, QString* error);
+    // The driver's own registers HR60000..HR60009, read from its table: no line traffic.
+    QVector<quint16> driverTable();
+    void traceSplit(const TransferPlan& plan, bool read) const;
 
     Invocation setup; // the command line that started the session
     Output out;
@@ -65,6 +82,7 @@ private:
     AbstractDeviceInterface* port = nullptr; // ownPort, or one attached
     SerialPortOptions baseline;              // what useTransactionSettings falls back to
     std::unique_ptr<TraceCapture> capture;   // --pcap
+    bool tracing = false;                    // --trace of the session, or of the shell line running
 };
 
 #endif

@@ -8,9 +8,14 @@
 #include <QTextStream>
 #include <algorithm>
 #include <cstdio>
+#include <unistd.h>
 
 int Session::shell(const Invocation&)
 {
+    // A person at a terminal gets line editing; a script's lines are echoed after
+    // the prompt instead, so that its output reads as a session.
+    if (isatty(STDIN_FILENO) && isatty(STDOUT_FILENO))
+        return shellOnTerminal();
     QTextStream input(stdin);
     int worst = ExitSuccess;
     QString line;
@@ -40,7 +45,13 @@ int Session::runShellLine(const QString& line)
     case ParseOutcome::Run:
         break;
     }
-    // Each line is its own invocation: its station, retry, delay and time-out or the shell's.
+    // Each line is its own invocation: its options, or the shell's.
+    const Output sessionOut = out;
+    out = Output(setup.json || request.json);
+    tracing = setup.trace || request.trace;
     useTransactionSettings(request);
-    return (this->*findCommand(request.command)->run)(request);
+    const int status = (this->*findCommand(request.command)->run)(request);
+    out = sessionOut;
+    tracing = setup.trace;
+    return status;
 }

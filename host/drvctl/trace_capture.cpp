@@ -1,39 +1,36 @@
 #include "drvctl/trace_capture.h"
 
-#include <QStringList>
+#include <cstring>
 
 bool TraceCapture::open(const QString& path, QString* error)
 {
     return pcap.open(path, error);
 }
 
-void TraceCapture::take(const QString& traceLine)
+void TraceCapture::take(const char* direction, const QByteArray& bytes, long long monotonicNs)
 {
-    const int close = traceLine.indexOf(QLatin1Char(']'));
-    if (!traceLine.startsWith(QLatin1Char('[')) || close < 0)
-        return;
-    bool ok = false;
-    const long long ns = static_cast<long long>(traceLine.midRef(1, close - 1).trimmed().toDouble(&ok) * 1e9);
-    const QStringList words = traceLine.mid(close + 1).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    if (!ok || words.isEmpty())
-        return;
-    const QByteArray bytes = QByteArray::fromHex(words.mid(1).join(QString()).toLatin1());
-    const QString& direction = words.first();
-    if (direction == QLatin1String("TX") || direction == QLatin1String("LATE")) {
+    if (std::strcmp(direction, "TX") == 0 || std::strcmp(direction, "LATE") == 0) {
         // A request, or a reply that came too late for its request: a frame of its own.
         flushReply();
         LineFrame frame;
         frame.bytes = bytes;
-        frame.startNs = ns;
-        frame.endNs = ns;
+        frame.startNs = monotonicNs;
+        frame.endNs = monotonicNs;
         pcap.write(frame);
-    } else if (direction == QLatin1String("RX") && !bytes.isEmpty()) {
+    } else if (std::strcmp(direction, "RX") == 0 && !bytes.isEmpty()) {
         if (reply.bytes.isEmpty())
-            reply.startNs = ns;
+            reply.startNs = monotonicNs;
         reply.bytes += bytes;
-        reply.endNs = ns;
+        reply.endNs = monotonicNs;
     }
-    // ECHO? bytes come again as RX; anything else is a note about the line.
+    // ECHO? bytes come again as RX.
+}
+
+TraceByteSink TraceCapture::byteSink()
+{
+    return [this](const char* direction, const QByteArray& bytes, long long monotonicNs) {
+        take(direction, bytes, monotonicNs);
+    };
 }
 
 void TraceCapture::finish()

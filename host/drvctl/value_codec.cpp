@@ -1,8 +1,5 @@
 #include "drvctl/value_codec.h"
 
-#include <cctype>
-
-
 namespace {
 
 struct TypeName {
@@ -66,102 +63,6 @@ QString dataTypeName(int dataType)
         if (t.dataType == dataType)
             return QLatin1String(t.name);
     return QStringLiteral("type %1").arg(dataType);
-}
-
-namespace {
-
-bool isAsciiLetter(QChar c)
-{
-    return (c >= QLatin1Char('A') && c <= QLatin1Char('Z')) || (c >= QLatin1Char('a') && c <= QLatin1Char('z'));
-}
-
-bool isAsciiDigit(QChar c)
-{
-    return c >= QLatin1Char('0') && c <= QLatin1Char('9');
-}
-
-// Case-insensitive for ASCII letters only (Qt's own comparison folds U+017F to s).
-bool hasAsciiWordAt(const QString& text, int at, const char* word)
-{
-    for (int k = 0; word[k] != 0; ++k, ++at)
-        if (at >= text.size() || text.at(at).unicode() > 0x7F || std::toupper(text.at(at).toLatin1()) != word[k])
-            return false;
-    return true;
-}
-
-// The parts of an address text, as positions in it.
-struct AddressShape {
-    int numberStart = 0, numberEnd = 0;
-    int bitStart = -1, bitEnd = -1;
-};
-
-// [FN<digit>]letters digits [.digits] [SW], ASCII only and nothing after it: Unicode
-// case folding would let a Kelvin sign pass for K, and the driver would read another area.
-bool matchAddressShape(const QString& text, AddressShape* shape)
-{
-    const int size = text.size();
-    int i = 0;
-    const auto skip = [&text, &i, size](bool (*accepts)(QChar)) {
-        const int start = i;
-        while (i < size && accepts(text.at(i)))
-            ++i;
-        return i > start;
-    };
-    if (size > 3 && hasAsciiWordAt(text, 0, "FN") && isAsciiDigit(text.at(2))
-        && isAsciiLetter(text.at(3)))
-        i = 3;
-    if (!skip(isAsciiLetter))
-        return false;
-    shape->numberStart = i;
-    if (!skip(isAsciiDigit))
-        return false;
-    shape->numberEnd = i;
-    if (i < size && text.at(i) == QLatin1Char('.')) {
-        shape->bitStart = ++i;
-        if (!skip(isAsciiDigit))
-            return false;
-        shape->bitEnd = i;
-    }
-    if (size - i == 2 && hasAsciiWordAt(text, i, "SW"))
-        i = size;
-    return i == size;
-}
-
-} // namespace
-
-bool checkAddress(const QString& address, QString* error)
-{
-    AddressShape shape;
-    if (!matchAddressShape(address, &shape)) {
-        *error = QStringLiteral("bad address: %1 (area letters and a number, e.g. HR100, DO5, HR100.3, HR200SW)")
-                     .arg(address);
-        return false;
-    }
-    bool ok = false;
-    const qulonglong number = address.midRef(shape.numberStart, shape.numberEnd - shape.numberStart).toULongLong(&ok);
-    if (!ok || number < 1 || number > 65536) {
-        *error = QStringLiteral("bad address: %1 (numbers run from 1 to 65536)").arg(address);
-        return false;
-    }
-    if (shape.bitStart >= 0) {
-        const uint bit = address.midRef(shape.bitStart, shape.bitEnd - shape.bitStart).toUInt(&ok);
-        if (!ok || bit > 255) {
-            *error = QStringLiteral("bad address: %1 (bit numbers run from 0 to 255)").arg(address);
-            return false;
-        }
-    }
-    return true;
-}
-
-int defaultDataType(const QString& address)
-{
-    const QString upper = address.toUpper();
-    if (upper.startsWith(QLatin1String("DO")) || upper.startsWith(QLatin1String("FN5DO"))
-        || upper.startsWith(QLatin1String("DI")) || upper.contains(QLatin1Char('.')))
-        return Bit;
-    if (upper.endsWith(QLatin1String("SW")))
-        return DoubleWord;
-    return Word;
 }
 
 bool encodeValues(int dataType, const QStringList& values, QByteArray* data, QString* error)

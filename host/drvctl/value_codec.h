@@ -13,18 +13,6 @@
 bool dataTypeFromName(const QString& name, int* dataType);
 QString dataTypeName(int dataType);
 
-// Checks an address text before it reaches the driver: area letters, a number
-// from 1 to 65536, an optional .bit (0..255) and an optional SW. The driver itself
-// accepts anything and wraps numbers, which would silently address the wrong register.
-bool checkAddress(const QString& address, QString* error);
-// bit for DO/FN5DO/DI areas and register bits, dword for SW addresses, else word.
-int defaultDataType(const QString& address);
-// The type a command asked for (--type), or -1 for the address's default.
-inline int dataTypeOf(const QString& address, int asked)
-{
-    return asked >= 0 ? asked : defaultDataType(address);
-}
-
 // Command-line values to the bytes the driver expects for a write: one byte per
 // bit (0 or 1), bytes as they are, words and double words low byte first.
 // Decimal or 0x hex; negative values in two's complement.

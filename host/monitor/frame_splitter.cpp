@@ -1,5 +1,5 @@
 #include "monitor/frame_splitter.h"
-#include "port/rtu_frame_layout.h"
+#include "rtu/rtu_frame.h"
 
 #include <algorithm>
 
@@ -10,29 +10,20 @@ const uint8_t* data(const QByteArray& bytes, int from)
     return reinterpret_cast<const uint8_t*>(bytes.constData()) + from;
 }
 
-// A complete frame of one of the two layouts, exactly `length` bytes, good CRC.
-bool isWholeFrame(const uint8_t* bytes, int length)
-{
-    const size_t size = static_cast<size_t>(length);
-    return length >= 4
-        && (RtuFrameLayout::requestLength(bytes, size) == length || RtuFrameLayout::replyLength(bytes, size) == length)
-        && RtuFrameLayout::crcMatches(bytes, size);
-}
-
 // Where the first frame of bytes[from..] ends, if it ends before the run does.
 int frameEnd(const QByteArray& run, int from)
 {
     const int left = run.size() - from;
     const uint8_t* bytes = data(run, from);
-    if (RtuFrameLayout::crcMatches(bytes, static_cast<size_t>(left)))
+    if (Rtu::crcMatches(bytes, static_cast<size_t>(left)))
         return run.size(); // the rest is one frame
-    for (int length : {RtuFrameLayout::requestLength(bytes, left), RtuFrameLayout::replyLength(bytes, left)}) {
-        if (length >= 4 && length < left && RtuFrameLayout::crcMatches(bytes, static_cast<size_t>(length)))
+    for (int length : {Rtu::requestLength(bytes, left), Rtu::replyLength(bytes, left)}) {
+        if (length >= Rtu::MinFrameLength && length < left && Rtu::crcMatches(bytes, static_cast<size_t>(length)))
             return from + length;
     }
     // A broken frame followed by a whole one that runs to the end.
-    for (int start = from + 1; start <= run.size() - 4; ++start) {
-        if (isWholeFrame(data(run, start), run.size() - start))
+    for (int start = from + 1; start <= run.size() - Rtu::MinFrameLength; ++start) {
+        if (Rtu::isWholeFrame(data(run, start), static_cast<size_t>(run.size() - start)))
             return start;
     }
     return run.size();

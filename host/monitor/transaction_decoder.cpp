@@ -1,5 +1,5 @@
 #include "monitor/transaction_decoder.h"
-#include "port/rtu_frame_layout.h"
+#include "rtu/rtu_frame.h"
 
 namespace {
 
@@ -20,37 +20,12 @@ int wordAt(const QByteArray& frame, int index)
 
 bool crcGood(const QByteArray& frame)
 {
-    return RtuFrameLayout::crcMatches(bytesOf(frame), static_cast<size_t>(frame.size()));
+    return Rtu::crcMatches(bytesOf(frame), static_cast<size_t>(frame.size()));
 }
 
 int requestLengthOf(const QByteArray& frame)
 {
-    return RtuFrameLayout::requestLength(bytesOf(frame), static_cast<size_t>(frame.size()));
-}
-
-// The driver's area letters for each function: what it sends for that address text.
-const char* areaOf(int function)
-{
-    switch (function) {
-    case 1: case 15: return "DO";
-    case 2: return "DI";
-    case 3: case 16: return "HR";
-    case 4: return "IR";
-    case 5: return "FN5DO";
-    case 6: return "FN6HR";
-    default: return nullptr;
-    }
-}
-
-// Length of the normal reply to the transaction's request; 0 when unknown.
-int expectedReplyLength(const MonitoredTransaction& transaction)
-{
-    switch (transaction.function) {
-    case 1: case 2: return 5 + (transaction.count + 7) / 8;
-    case 3: case 4: return 5 + 2 * transaction.count;
-    case 5: case 6: case 15: case 16: return 8;
-    default: return 0;
-    }
+    return Rtu::requestLength(bytesOf(frame), static_cast<size_t>(frame.size()));
 }
 
 // Data bytes run from `from` up to the CRC.
@@ -73,7 +48,7 @@ std::vector<int> wordsFrom(const QByteArray& frame, int from, int count)
 void describeRequest(MonitoredTransaction* t, bool withValues)
 {
     const QByteArray& frame = t->request.bytes;
-    const char* area = areaOf(t->function);
+    const char* area = Rtu::areaOf(t->function);
     if (area == nullptr || frame.size() < 6)
         return;
     t->address = QLatin1String(area) + QString::number(wordAt(frame, 2) + 1);
@@ -174,7 +149,7 @@ void TransactionDecoder::startTransaction(const LineFrame& frame)
     current.function = bytes.size() >= 2 ? byteAt(bytes, 1) : -1;
     const int layout = requestLengthOf(bytes);
     const bool good = crcGood(bytes);
-    if (good && (layout == bytes.size() || layout == RtuFrameLayout::UnknownLength)) {
+    if (good && (layout == bytes.size() || layout == Rtu::UnknownLength)) {
         current.request = frame;
         describeRequest(&current, true);
         awaiting = current.station != 0; // nobody answers a broadcast
@@ -192,7 +167,7 @@ void TransactionDecoder::startTransaction(const LineFrame& frame)
         return;
     }
     current.reply = frame;
-    if (bytes.size() < 4)
+    if (bytes.size() < Rtu::MinFrameLength)
         setProblem(&current, LineProblem::TruncatedFrame, bytes.size());
     else
         setProblem(&current, LineProblem::NoRequest);
@@ -205,7 +180,8 @@ bool TransactionDecoder::takeAsReply(const LineFrame& frame)
     const bool good = crcGood(bytes);
     const int function = byteAt(bytes, 1);
     const bool sameFunction = size >= 2 && (function & 0x7F) == current.function;
-    const int expected = sameFunction && (function & 0x80) ? 5 : expectedReplyLength(current);
+    const int expected = sameFunction && (function & 0x80) ? Rtu::ExceptionReplyLength
+                                                           : Rtu::normalReplyLength(current.function, current.count);
     const bool wholeRequest = good && requestLengthOf(bytes) == size;
     // A request that cannot be the reply (a retry of a read, the next command)
     // means this one went unanswered.
@@ -213,9 +189,9 @@ bool TransactionDecoder::takeAsReply(const LineFrame& frame)
         return false;
     current.reply = frame;
     awaiting = false;
-    if (size < 4 || (!good && size < expected))
+    if (size < Rtu::MinFrameLength || (!good && size < expected))
         setProblem(&current, LineProblem::TruncatedFrame, size, size < expected ? expected : 0);
-    else if (!good && expected > 0 && size > expected && RtuFrameLayout::crcMatches(bytesOf(bytes), expected))
+    else if (!good && expected > 0 && size > expected && Rtu::crcMatches(bytesOf(bytes), expected))
         setProblem(&current, LineProblem::ExtraBytes, size - expected);
     else if (!good)
         setProblem(&current, LineProblem::BadCrc);

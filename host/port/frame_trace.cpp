@@ -1,6 +1,6 @@
 #include "port/frame_trace.h"
 
-#include <ctime>
+#include "port/monotonic_clock.h"
 
 QString formatTraceLine(double seconds, const char* direction, const char* bytes, int length)
 {
@@ -9,22 +9,6 @@ QString formatTraceLine(double seconds, const char* direction, const char* bytes
         line += QString::asprintf(" %02X", static_cast<unsigned char>(bytes[i]));
     return line;
 }
-
-namespace {
-
-long long monotonicNs()
-{
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<long long>(now.tv_sec) * 1000000000LL + now.tv_nsec;
-}
-
-double monotonicSeconds()
-{
-    return static_cast<double>(monotonicNs()) / 1e9;
-}
-
-} // namespace
 
 void FrameTrace::record(const char* direction, const char* bytes, int length) const
 {
@@ -40,5 +24,5 @@ void FrameTrace::record(const char* direction, const char* bytes, int length) co
 void FrameTrace::note(const QString& text) const
 {
     if (output)
-        output(QString::asprintf("[%11.6f] ", monotonicSeconds()) + text);
+        output(QString::asprintf("[%11.6f] ", static_cast<double>(monotonicNs()) / 1e9) + text);
 }

@@ -1,14 +1,12 @@
 #include "port/serial_port.h"
-#include "port/rtu_frame_layout.h"
+#include "port/monotonic_clock.h"
+#include "port/system_error.h"
 #include "port/termios_settings.h"
 #include "tools/device_setting.h"
 #include "tools/driver_setting.h"
-#include "tools/timing.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
-#include <ctime>
 #include <fcntl.h>
 #include <linux/serial.h>
 #include <poll.h>
@@ -18,32 +16,11 @@
 
 namespace {
 
-long long monotonicNs()
-{
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<long long>(now.tv_sec) * 1000000000LL + now.tv_nsec;
-}
+constexpr long long NsPerMs = 1000000;
 
-QString systemError()
+long long timeoutNs(int timeoutMs)
 {
-    return QString::fromLocal8Bit(std::strerror(errno));
-}
-
-// Normal replies to functions 5 and 6 are copies of the request, so an echo
-// cannot be told from them.
-bool replyMayEqualRequest(const std::vector<char>& request)
-{
-    return request.size() >= 2 && (request[1] == 5 || request[1] == 6);
-}
-
-void sleepUntil(long long monotonicTimeNs)
-{
-    timespec wake;
-    wake.tv_sec = static_cast<time_t>(monotonicTimeNs / 1000000000LL);
-    wake.tv_nsec = static_cast<long>(monotonicTimeNs % 1000000000LL);
-    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &wake, nullptr) == EINTR) {
-    }
+    return std::max(0, timeoutMs) * NsPerMs;
 }
 
 } // namespace
@@ -68,7 +45,10 @@ void SerialPortOptions::applyDriverSetting(const DriverSetting& driver)
     delayMs = driver.delay;
 }
 
-SerialPort::SerialPort(SerialPortOptions options) : settings(std::move(options)) {}
+SerialPort::SerialPort(SerialPortOptions options)
+    : settings(std::move(options)), gap(interFrameGapMicros(settings.line.baud) * 1000LL), echo(settings.echoMode)
+{
+}
 
 SerialPort::~SerialPort()
 {
@@ -84,7 +64,7 @@ bool SerialPort::open()
     }
     fd = ::open(settings.device.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
-        lastError = QStringLiteral("cannot open %1: %2").arg(settings.device, systemError());
+        lastError = QStringLiteral("cannot open %1: %2").arg(settings.device, systemErrorString());
         return false;
     }
     if (!configure()) {
@@ -98,10 +78,8 @@ bool SerialPort::open()
         return false;
     }
     tcflush(fd, TCIOFLUSH);
-    // We cannot know how long the line has been quiet before we opened it.
-    markLineActivity();
-    transmitEndNs = 0;
-    echoFound = false;
+    gap.opened(monotonicNs());
+    echo.restart();
     return true;
 }
 
@@ -111,7 +89,7 @@ void SerialPort::close()
         ::close(fd);
     fd = -1;
     heldBack.clear();
-    lastRequest.clear();
+    echo.forget();
     discardArmed = false;
 }
 
@@ -119,7 +97,7 @@ bool SerialPort::configure()
 {
     termios tio{};
     if (tcgetattr(fd, &tio) != 0) {
-        lastError = QStringLiteral("%1 is not a serial device: %2").arg(settings.device, systemError());
+        lastError = QStringLiteral("%1 is not a serial device: %2").arg(settings.device, systemErrorString());
         return false;
     }
     // Raw: no byte is translated, swallowed or answered by the line discipline.
@@ -132,7 +110,7 @@ bool SerialPort::configure()
     tio.c_cc[VTIME] = 0;
     if (tcsetattr(fd, TCSANOW, &tio) != 0) {
         lastError = QStringLiteral("cannot set %1 on %2: %3")
-                        .arg(settings.line.toString(), settings.device, systemError());
+                        .arg(settings.line.toString(), settings.device, systemErrorString());
         return false;
     }
     return true;
@@ -157,12 +135,7 @@ void SerialPort::enableRs485()
     }
     rs485Message = QStringLiteral("RS-485 mode not available on %1 (%2): the adapter must switch "
                                   "the line direction itself")
-                       .arg(settings.device, systemError());
-}
-
-void SerialPort::markLineActivity()
-{
-    lastActivityNs = monotonicNs();
+                       .arg(settings.device, systemErrorString());
 }
 
 void SerialPort::waitForQuietLine()
@@ -172,38 +145,40 @@ void SerialPort::waitForQuietLine()
     // The gap counts from the last bit on the wire. After a reply the request left
     // long ago; only a request that follows a request closely (a broadcast, a short
     // time-out) may still be in the UART, and only then is tcdrain worth its call.
-    if (monotonicNs() < transmitEndNs) {
+    if (gap.transmitting(monotonicNs())) {
         tcdrain(fd);
-        markLineActivity();
+        gap.heard(monotonicNs());
     }
-    const long long gapNs = interFrameGapMicros(settings.line.baud) * 1000LL;
-    const long long giveUpNs = monotonicNs() + std::max(0, settings.timeoutMs) * 1000000LL;
+    const long long giveUpNs = monotonicNs() + timeoutNs(settings.timeoutMs);
     for (;;) {
         const long long now = monotonicNs();
-        const long long quietFrom = lastActivityNs + gapNs;
-        if (now >= quietFrom)
+        const QuietGap::Step step = gap.next(now, discardArmed && now < giveUpNs);
+        if (step.action == QuietGap::Action::Send)
             return;
-        if (!discardArmed || now >= giveUpNs) {
-            sleepUntil(quietFrom);
-            return;
-        }
-        // Bytes that come now belong to an earlier exchange: drop them, and the
-        // silence starts again after them.
-        pollfd in = {fd, POLLIN, 0};
-        const long long waitNs = quietFrom - now;
-        const timespec wait = {static_cast<time_t>(waitNs / 1000000000LL), static_cast<long>(waitNs % 1000000000LL)};
-        if (ppoll(&in, 1, &wait, nullptr) <= 0)
-            continue; // quiet so far (or a signal): look at the clock again
-        char late[256];
-        const ssize_t n = (in.revents & POLLIN) ? ::read(fd, late, sizeof late) : 0;
-        if (n > 0) {
-            markLineActivity();
-            trace.record("LATE", late, static_cast<int>(n));
-        } else if (n == 0 || (errno != EAGAIN && errno != EINTR)) {
-            sleepUntil(quietFrom); // a hung-up line: nothing more will come
+        if (step.action == QuietGap::Action::Sleep || !dropLateBytes(step.untilNs)) {
+            sleepUntil(step.untilNs);
             return;
         }
     }
+}
+
+// Bytes that come now belong to an earlier exchange: drop them, and the silence
+// starts again after them. False when the line is gone and nothing more will come.
+bool SerialPort::dropLateBytes(long long untilNs)
+{
+    pollfd in = {fd, POLLIN, 0};
+    const long long waitNs = std::max(0LL, untilNs - monotonicNs());
+    const timespec wait = {static_cast<time_t>(waitNs / 1000000000LL), static_cast<long>(waitNs % 1000000000LL)};
+    if (ppoll(&in, 1, &wait, nullptr) <= 0)
+        return true; // quiet so far (or a signal): look at the clock again
+    char late[256];
+    const ssize_t n = (in.revents & POLLIN) ? ::read(fd, late, sizeof late) : 0;
+    if (n > 0) {
+        gap.heard(monotonicNs());
+        trace.record("LATE", late, static_cast<int>(n));
+        return true;
+    }
+    return n != 0 && (errno == EAGAIN || errno == EINTR);
 }
 
 int SerialPort::send(const char* data, int length)
@@ -230,63 +205,23 @@ int SerialPort::send(const char* data, int length)
         if (poll(&out, 1, std::max(1, settings.timeoutMs)) <= 0)
             break;
     }
-    transmitEndNs = monotonicNs() + written * characterTimeNs(settings.line);
-    lastActivityNs = transmitEndNs;
+    gap.sent(monotonicNs() + written * characterTimeNs(settings.line));
     trace.record("TX", data, written);
-    lastRequest.assign(data, data + written);
+    echo.sent(data, written);
     return written;
 }
 
-void SerialPort::takeEcho(long long deadlineMs)
-{
-    const int length = static_cast<int>(lastRequest.size());
-    std::vector<char> echo(lastRequest.size());
-    const int got = readUntil(echo.data(), length, deadlineMs);
-    if (got == length && echo == lastRequest)
-        return;
-    // Not our echo: whatever came is the start of the answer.
-    ++echoFaults;
-    heldBack.insert(heldBack.end(), echo.begin(), echo.begin() + std::max(0, got));
-    trace.record("ECHO?", echo.data(), got);
-}
-
-void SerialPort::detectEcho(int firstCount, long long deadlineMs)
-{
-    const int length = static_cast<int>(lastRequest.size());
-    std::vector<char> seen(lastRequest.size());
-    // First no more than the caller asked for, so that a short reply costs no
-    // extra wait; then on, a byte at a time, only while every byte matched and
-    // they do not already make a whole reply (those of 15 and 16 begin as their request).
-    int got = readUntil(seen.data(), std::min(firstCount, length), deadlineMs);
-    const auto wholeReply = [&seen](int count) {
-        const auto* bytes = reinterpret_cast<const uint8_t*>(seen.data());
-        return RtuFrameLayout::replyLength(bytes, static_cast<size_t>(count)) == count
-            && RtuFrameLayout::crcMatches(bytes, static_cast<size_t>(count));
-    };
-    while (got < length && got > 0 && std::equal(seen.begin(), seen.begin() + got, lastRequest.begin())
-           && !wholeReply(got)) {
-        const int more = readUntil(seen.data() + got, 1, deadlineMs);
-        if (more <= 0)
-            break;
-        got += more;
-    }
-    if (got == length && seen == lastRequest) {
-        echoFound = true;
-        trace.note(QStringLiteral("the line echoes each request (2-wire adapter): discarding the echo from now on"));
-        return;
-    }
-    heldBack.insert(heldBack.end(), seen.begin(), seen.begin() + got);
-}
-
-int SerialPort::readUntil(char* buffer, int maxLength, long long deadlineMs)
+int SerialPort::readUntil(char* buffer, int maxLength, long long deadlineNs)
 {
     int got = 0;
     while (got < maxLength) {
-        const long long left = deadlineMs - CurrentMSecsSinceBoot();
-        if (left <= 0)
+        const long long leftNs = deadlineNs - monotonicNs();
+        if (leftNs <= 0)
             break;
         pollfd in = {fd, POLLIN, 0};
-        const int ready = poll(&in, 1, static_cast<int>(std::min<long long>(left, 60000)));
+        // Rounded up, so that a wait shorter than a millisecond is not a busy loop.
+        const long long leftMs = (leftNs + NsPerMs - 1) / NsPerMs;
+        const int ready = poll(&in, 1, static_cast<int>(std::min<long long>(leftMs, 60000)));
         if (ready < 0 && errno == EINTR)
             continue;
         if (ready <= 0)
@@ -294,7 +229,7 @@ int SerialPort::readUntil(char* buffer, int maxLength, long long deadlineMs)
         const ssize_t n = ::read(fd, buffer + got, static_cast<size_t>(maxLength - got));
         if (n > 0) {
             got += static_cast<int>(n);
-            markLineActivity();
+            gap.heard(monotonicNs());
         } else if (n == 0 || (errno != EAGAIN && errno != EINTR)) {
             break; // the line is gone (hang-up)
         }
@@ -328,23 +263,31 @@ int SerialPort::receive(char* buffer, int maxLength)
         return -1;
     if (buffer == nullptr || maxLength <= 0)
         return 0;
-    long long deadlineMs = CurrentMSecsSinceBoot() + std::max(0, settings.timeoutMs);
-    if (!lastRequest.empty()) {
-        if (discardsEcho())
-            takeEcho(deadlineMs);
-        else if (settings.echoMode == EchoMode::Auto && heldBack.empty() && !replyMayEqualRequest(lastRequest))
-            detectEcho(maxLength, deadlineMs);
-        lastRequest.clear();
-        // The time-out is the servo's to answer in, counted after the echo.
-        if (discardsEcho() && heldBack.empty())
-            deadlineMs = CurrentMSecsSinceBoot() + std::max(0, settings.timeoutMs);
-    }
+    long long deadlineNs = monotonicNs() + timeoutNs(settings.timeoutMs);
+    if (echo.awaitingEcho())
+        screenEcho(maxLength, &deadlineNs);
     const int held = std::min(maxLength, static_cast<int>(heldBack.size()));
     std::copy(heldBack.begin(), heldBack.begin() + held, buffer);
     heldBack.erase(heldBack.begin(), heldBack.begin() + held);
-    const int got = held + readUntil(buffer + held, maxLength - held, deadlineMs);
+    const int got = held + readUntil(buffer + held, maxLength - held, deadlineNs);
     trace.record("RX", buffer, got);
     return got;
+}
+
+void SerialPort::screenEcho(int firstCount, long long* deadlineNs)
+{
+    const long long deadline = *deadlineNs;
+    const EchoFilter::Result screened =
+        echo.screen(firstCount, !heldBack.empty(),
+                    [this, deadline](char* buffer, int count) { return readUntil(buffer, count, deadline); });
+    heldBack.insert(heldBack.end(), screened.kept.begin(), screened.kept.end());
+    if (screened.verdict == EchoFilter::Verdict::Mismatch)
+        trace.record("ECHO?", screened.kept.data(), static_cast<int>(screened.kept.size()));
+    else if (screened.verdict == EchoFilter::Verdict::Found)
+        trace.note(QStringLiteral("the line echoes each request (2-wire adapter): discarding the echo from now on"));
+    // The time-out is the servo's to answer in, counted after the echo.
+    if (echo.discarding() && heldBack.empty())
+        *deadlineNs = monotonicNs() + timeoutNs(settings.timeoutMs);
 }
 
 bool SerialPort::setOption(int code, const QVariant& value)
@@ -354,7 +297,7 @@ bool SerialPort::setOption(int code, const QVariant& value)
         return false;
     tcflush(fd, TCIFLUSH);
     heldBack.clear();
-    lastRequest.clear();
+    echo.forget();
     discardArmed = true;
     return true;
 }

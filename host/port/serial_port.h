@@ -5,17 +5,13 @@
 #include <vector>
 
 #include "interface/abstract_device_interface.h"
+#include "port/echo_filter.h"
 #include "port/frame_trace.h"
 #include "port/line_settings.h"
+#include "port/quiet_gap.h"
 
 class DeviceSetting;
 class DriverSetting;
-
-// What the port does with a line that hears its own transmission (2-wire RS-485
-// adapters do). Auto finds out from the first reply that cannot be a copy of its
-// request (any function but 5 and 6) and discards echoes from then on; until
-// then the echo of a function 5 or 6 request passes for its reply.
-enum class EchoMode { Auto, On, Off };
 
 struct SerialPortOptions {
     QString device;
@@ -57,9 +53,9 @@ public:
     QString rs485Status() const { return rs485Message; }
     bool rs485Active() const { return rs485On; }
     // Echoes that did not come back as sent (their bytes are kept for receive()).
-    int echoMismatches() const { return echoFaults; }
+    int echoMismatches() const { return echo.mismatches(); }
     // Whether echoes are being discarded (forced on, or found by the auto mode).
-    bool discardsEcho() const { return echoFound || settings.echoMode == EchoMode::On; }
+    bool discardsEcho() const { return echo.discarding(); }
     const SerialPortOptions& options() const { return settings; }
     // For a host that changes them between commands on an open line.
     void setStationId(int id) { settings.stationId = id; }
@@ -85,22 +81,18 @@ private:
     bool configure();
     void enableRs485();
     void waitForQuietLine();
-    int readUntil(char* buffer, int maxLength, long long deadlineMs);
-    void takeEcho(long long deadlineMs);
-    void detectEcho(int firstCount, long long deadlineMs);
-    void markLineActivity();
+    bool dropLateBytes(long long untilNs);
+    int readUntil(char* buffer, int maxLength, long long deadlineNs);
+    void screenEcho(int firstCount, long long* deadlineNs);
 
     SerialPortOptions settings;
     int fd = -1;
     QString lastError;
     QString rs485Message;
     bool rs485On = false;
-    int echoFaults = 0;
-    bool echoFound = false;         // the auto mode has heard an echo
     bool discardArmed = false;      // option 12 seen since the last request went out
-    long long lastActivityNs = 0;   // open, or the last byte sent or received (monotonic)
-    long long transmitEndNs = 0;    // when the last request's last bit leaves, estimated
-    std::vector<char> lastRequest;  // its echo, if the line has one, is still to come
+    QuietGap gap;
+    EchoFilter echo;
     std::vector<char> heldBack;     // bytes read as an echo that were not one
     FrameTrace trace;
 };

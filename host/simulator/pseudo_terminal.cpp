@@ -1,19 +1,9 @@
 #include "simulator/pseudo_terminal.h"
+#include "port/system_error.h"
 
-#include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <stdlib.h>
 #include <termios.h>
-
-namespace {
-
-std::string systemError(const char* what)
-{
-    return std::string(what) + ": " + std::strerror(errno);
-}
-
-} // namespace
 
 bool openRawPty(int* master, int* keeper, std::string* path, std::string* failure)
 {

@@ -1,14 +1,14 @@
 #include "simulator/servo_line.h"
 #include "port/line_settings.h"
+#include "port/monotonic_clock.h"
+#include "port/system_error.h"
 #include "port/termios_settings.h"
 #include "simulator/pseudo_terminal.h"
-#include "simulator/request_framing.h"
 #include "simulator/simulated_station.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <stdlib.h>
@@ -21,35 +21,6 @@ namespace {
 // Silence after which a half-received frame is given up (or, with an unknown
 // function code, taken as whole): far longer than any gap inside a frame.
 constexpr int ResyncSilenceMs = 20;
-
-constexpr int RampStep = 30;
-constexpr int RampTop = 3000;
-
-std::string systemError(const char* what)
-{
-    return std::string(what) + ": " + std::strerror(errno);
-}
-
-long long monotonicNs()
-{
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(
-               std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
-void sleepUntil(long long monotonicTimeNs)
-{
-    const long long left = monotonicTimeNs - monotonicNs();
-    if (left > 0)
-        std::this_thread::sleep_for(std::chrono::nanoseconds(left));
-}
-
-// Triangle 0 .. RampTop .. 0, one RampStep per tick.
-uint16_t rampAt(long long step)
-{
-    const long long period = 2 * RampTop / RampStep;
-    const long long phase = step % period;
-    return static_cast<uint16_t>(RampStep * (phase <= period / 2 ? phase : period - phase));
-}
 
 } // namespace
 
@@ -160,9 +131,10 @@ void ServoLine::writeToTap(const uint8_t* bytes, size_t count)
 void ServoLine::setMotion(bool on)
 {
     std::lock_guard<std::mutex> guard(lock);
-    if (on && !motion)
-        nextTickNs = monotonicNs() + MotionTickMs * 1000000LL;
-    motion = on;
+    if (on)
+        motion.start(monotonicNs());
+    else
+        motion.stop();
     if (running) {
         // Wake the thread so that it starts keeping the tick.
         const uint64_t one = 1;
@@ -174,14 +146,10 @@ void ServoLine::setMotion(bool on)
 void ServoLine::advanceMotion()
 {
     std::lock_guard<std::mutex> guard(lock);
-    if (!motion)
-        return;
-    while (monotonicNs() >= nextTickNs) {
-        ++motionStep;
-        nextTickNs += MotionTickMs * 1000000LL;
+    while (motion.tick(monotonicNs())) {
         for (auto& entry : stations) {
             SimulatedStation& station = *entry.second;
-            station.setHoldingRegister(MotionRampAddress, rampAt(motionStep));
+            station.setHoldingRegister(MotionRampAddress, motion.ramp());
             station.setHoldingRegister(MotionCounterAddress,
                                        static_cast<uint16_t>(station.holdingRegister(MotionCounterAddress) + 1));
         }
@@ -190,10 +158,10 @@ void ServoLine::advanceMotion()
 
 int ServoLine::pollTimeoutMs() const
 {
-    int timeout = pending.empty() ? -1 : ResyncSilenceMs;
-    if (motion) {
-        std::lock_guard<std::mutex> guard(lock);
-        const long long untilTick = std::max(0LL, (nextTickNs - monotonicNs()) / 1000000LL + 1);
+    int timeout = assembler.holding() ? ResyncSilenceMs : -1;
+    std::lock_guard<std::mutex> guard(lock);
+    if (motion.on()) {
+        const long long untilTick = std::max(0LL, (motion.nextTickNs() - monotonicNs()) / 1000000LL + 1);
         timeout = timeout < 0 ? static_cast<int>(untilTick) : std::min(timeout, static_cast<int>(untilTick));
     }
     return timeout;
@@ -216,8 +184,8 @@ void ServoLine::run()
             }
         }
         if (ready == 0) {
-            if (!pending.empty())
-                splitFrames(true);
+            if (assembler.holding())
+                handleFrames(assembler.silence());
             continue;
         }
         if (fds[0].revents & POLLIN) {
@@ -256,49 +224,20 @@ void ServoLine::takeBytes(const uint8_t* bytes, size_t count)
     if (echo)
         writeToMaster(std::vector<uint8_t>(bytes, bytes + count));
     const LinePace pace = linePace();
+    const long long heardNs = pacer.heard(pace, count, monotonicNs());
     if (pace.kept) {
-        // The pty hands a request over at once; a real line takes its characters' time.
-        lastHeardNs = std::max(monotonicNs(), lastHeardNs) + static_cast<long long>(count) * pace.characterNs;
-        sleepUntil(lastHeardNs);
+        sleepUntil(heardNs);
         writeToTap(bytes, count);
-    } else {
-        lastHeardNs = monotonicNs();
     }
     if (!clientMatchesLine())
         return;
-    pending.insert(pending.end(), bytes, bytes + count);
-    splitFrames(false);
+    handleFrames(assembler.take(bytes, count));
 }
 
-void ServoLine::splitFrames(bool silenceSeen)
+void ServoLine::handleFrames(const RequestAssembler::Frames& frames)
 {
-    while (!pending.empty()) {
-        const int length = RequestFraming::expectedLength(pending.data(), pending.size());
-        if (length == RequestFraming::UnknownLength) {
-            // Only the silence after it tells where such a frame ends.
-            if (!silenceSeen)
-                return;
-            std::vector<uint8_t> frame;
-            frame.swap(pending);
-            if (RequestFraming::crcMatches(frame.data(), frame.size()))
-                handleFrame(frame);
-            return;
-        }
-        if (length == RequestFraming::NeedMoreBytes || pending.size() < static_cast<size_t>(length)) {
-            if (silenceSeen)
-                pending.clear(); // a fragment the master gave up on
-            return;
-        }
-        std::vector<uint8_t> frame(pending.begin(), pending.begin() + length);
-        if (!RequestFraming::crcMatches(frame.data(), frame.size())) {
-            // A master sends nothing more before our answer or its time-out, so
-            // everything held now belongs to the damaged frame.
-            pending.clear();
-            return;
-        }
-        pending.erase(pending.begin(), pending.begin() + length);
+    for (const std::vector<uint8_t>& frame : frames)
         handleFrame(frame);
-    }
 }
 
 void ServoLine::handleFrame(const std::vector<uint8_t>& frame)
@@ -325,19 +264,12 @@ void ServoLine::handleFrame(const std::vector<uint8_t>& frame)
     }
     if (reply.empty())
         return;
-    long long sendAt = monotonicNs() + delayMs * 1000000LL;
-    const LinePace pace = linePace();
-    if (pace.kept) {
-        // A servo answers 3.5 characters after the request, and its reply takes its time too.
-        sendAt = std::max(sendAt, lastHeardNs + pace.gapNs + delayMs * 1000000LL)
-               + static_cast<long long>(reply.size()) * pace.characterNs;
-    }
-    sleepUntil(sendAt);
+    sleepUntil(pacer.replyDone(linePace(), reply.size(), monotonicNs(), delayMs * 1000000LL));
     writeToMaster(reply);
     writeToTap(reply.data(), reply.size());
 }
 
-ServoLine::LinePace ServoLine::linePace() const
+LinePace ServoLine::linePace() const
 {
     LinePace pace;
     {

@@ -11,6 +11,9 @@
 #include <thread>
 #include <vector>
 
+#include "simulator/line_pacer.h"
+#include "simulator/request_assembler.h"
+#include "simulator/servo_motion.h"
 #include "simulator/station_faults.h"
 
 class SimulatedStation;
@@ -60,9 +63,9 @@ public:
     //   HR1301 (address 1300) counts up by one each MotionTickMs, wrapping at 65535,
     //          from whatever was last written to it.
     // Off leaves both where they are.
-    static constexpr int MotionTickMs = 100;
-    static constexpr int MotionRampAddress = 1299;
-    static constexpr int MotionCounterAddress = 1300;
+    static constexpr int MotionTickMs = ServoMotion::TickMs;
+    static constexpr int MotionRampAddress = ServoMotion::RampAddress;
+    static constexpr int MotionCounterAddress = ServoMotion::CounterAddress;
     void setMotion(bool on);
 
     // A listen-only second pseudo-terminal that sees the line as a bus adapter in
@@ -87,13 +90,8 @@ private:
     void run();
     int pollTimeoutMs() const;
     void takeBytes(const uint8_t* bytes, size_t count);
-    void splitFrames(bool silenceSeen);
+    void handleFrames(const RequestAssembler::Frames& frames);
     void handleFrame(const std::vector<uint8_t>& frame);
-    struct LinePace {
-        bool kept = false; // only while a tap is open
-        long long characterNs = 0;
-        long long gapNs = 0;
-    };
     LinePace linePace() const;
     void writeToMaster(const std::vector<uint8_t>& bytes);
     void writeToTap(const uint8_t* bytes, size_t count);
@@ -105,15 +103,13 @@ private:
     mutable std::mutex lock;
     std::deque<std::vector<uint8_t>> heard;
     std::map<int, int> heardPerStation;
-    std::vector<uint8_t> pending; // bytes of a frame not yet complete (thread only)
-    long long lastHeardNs = 0;    // when the last request byte ended (thread only)
+    RequestAssembler assembler;   // thread only
+    LinePacer pacer;              // thread only
     std::atomic<bool> echo{false};
     std::atomic<int> lineBaud{0};
     std::atomic<int> lineStopBits{2};
     std::atomic<bool> running{false};
-    std::atomic<bool> motion{false};
-    long long motionStep = 0;     // ticks since motion began (under lock)
-    long long nextTickNs = 0;     // under lock
+    ServoMotion motion;           // under lock
     int masterFd = -1;
     int slaveKeeper = -1; // keeps the line up between clients' open and close
     int wakeFd = -1;

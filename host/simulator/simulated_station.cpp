@@ -1,5 +1,6 @@
 #include "simulator/simulated_station.h"
-#include "simulator/request_framing.h"
+#include "port/system_error.h"
+#include "rtu/rtu_frame.h"
 
 #include <modbus/modbus.h>
 
@@ -25,7 +26,7 @@ SimulatedStation::SimulatedStation(int id) : stationId(id)
 {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
-        error = std::string("socketpair: ") + std::strerror(errno);
+        error = systemError("socketpair");
         return;
     }
     libraryEnd = ends[0];
@@ -103,13 +104,13 @@ std::vector<uint8_t> SimulatedStation::reply(const std::vector<uint8_t>& request
     *delayMs = faults.replyDelayMs;
     if (faults.wrongSlaveId >= 0 && !reply.empty()) {
         reply[0] = static_cast<uint8_t>(faults.wrongSlaveId);
-        RequestFraming::restampCrc(reply.data(), reply.size());
+        Rtu::stampCrc(reply.data(), reply.size());
     }
     if (faults.wrongFunctionCode && reply.size() >= 4) {
         // Keeps the exception bit: 3 becomes 4, 0x83 becomes 0x84, 127 becomes 1.
         const uint8_t function = reply[1] & 0x7F;
         reply[1] = static_cast<uint8_t>((reply[1] & 0x80) | (function % 127 + 1));
-        RequestFraming::restampCrc(reply.data(), reply.size());
+        Rtu::stampCrc(reply.data(), reply.size());
     }
     if (faults.corruptCrc && !reply.empty())
         reply.back() ^= 0xFF;

@@ -84,7 +84,8 @@ TEST(DrvctlTest, ShellLinesAreEachTheirOwnInvocation)
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_EQ(QString::fromStdString(run.out).split(QLatin1Char('\n')).filter(QStringLiteral(": ")),
               QStringList({"HR7 word[2]: 11 0", "HR7 word[1]: 0", "HR7 word[1]: 11"}));
-    EXPECT_EQ(run.err, "drvctl: Unknown option 'device'.\nTry 'drvctl read --help'.\n"
+    EXPECT_EQ(run.err, "drvctl: --device holds for the whole session: give it to 'drvctl shell', not to a line\n"
+                       "Try 'drvctl read --help'.\n"
                        "drvctl: scan is not available in the shell\nTry 'drvctl scan --help'.\n");
 }
 

@@ -3,6 +3,7 @@
 #include "drvctl/fault_switches.h"
 #include "drvctl/invocation.h"
 #include "drvctl/round_trip_stats.h"
+#include "drvctl/transfer_plan.h"
 #include "interface/communicator_command.h"
 
 #include <gtest/gtest.h>
@@ -85,7 +86,13 @@ TEST(ShellLine, EachLineStartsFromNothingOnTheReusedParser)
         {"read HR5 --station 7 --count 4 --type dword --hex", ParseOutcome::Run, 7, 4, DoubleWord, true, ""},
         {"read   HR5\t", ParseOutcome::Run, -1, 1, -1, false, ""}, // nothing of the line before
         {"write HR5 1 2 3 --station=2", ParseOutcome::Run, 2, 1, -1, false, ""},
-        {"read HR5 --trace", ParseOutcome::Error, -1, 1, -1, false, "Unknown option 'trace'."},
+        {"read HR5 --trace --json", ParseOutcome::Run, -1, 1, -1, false, ""},
+        {"read HR5 --echo on", ParseOutcome::Error, -1, 1, -1, false,
+         "--echo holds for the whole session: give it to 'drvctl shell', not to a line"},
+        {"read HR5 --station 0", ParseOutcome::Error, -1, 1, -1, false,
+         "bad value for --station: 0 is broadcast, which no servo answers, and the driver waits for an answer after "
+         "every request (1 to 247)"},
+        {"read HD5", ParseOutcome::Error, -1, 1, -1, false, "unknown area 'HD' in HD5 (HR, IR, DO, DI, FN5DO, FN6HR)"},
         {"read HR5 --count 0", ParseOutcome::Error, -1, 1, -1, false, "bad value for --count: 0 (1 to 65536)"},
         {"read HR5 HR6", ParseOutcome::Error, -1, 1, -1, false, "read takes ADDRESS"},
         {"poll HR5", ParseOutcome::Error, -1, 1, -1, false, "poll is not available in the shell"},
@@ -103,6 +110,50 @@ TEST(ShellLine, EachLineStartsFromNothingOnTheReusedParser)
         EXPECT_EQ(invocation.count, l.count);
         EXPECT_EQ(invocation.dataType, l.dataType);
         EXPECT_EQ(invocation.hex, l.hex);
+    }
+}
+
+TEST(TransferPlan, SplitsAtTheModbusLimitsOfOneTransaction)
+{
+    const struct {
+        const char* address;
+        int type; // -1: from the address
+        int count;
+        Direction direction;
+        const char* pieces; // address xcount, ...
+    } cases[] = {
+        {"hr1", -1, 125, Direction::Read, "hr1 x125"}, // one command keeps the text as written
+        {"hr1", -1, 126, Direction::Read, "HR1 x125, HR126 x1"},
+        {"HR1", -1, 124, Direction::Write, "HR1 x123, HR124 x1"},
+        {"FN6HR10", -1, 250, Direction::Write, "FN6HR10 x123, FN6HR133 x123, FN6HR256 x4"},
+        {"HR1SW", -1, 63, Direction::Read, "HR1SW x62, HR125SW x1"},
+        {"HR1SW", -1, 62, Direction::Write, "HR1SW x61, HR123SW x1"},
+        {"HR1", Byte, 252, Direction::Write, "HR1 x246, HR124 x6"},
+        {"IR1", Block, 251, Direction::Read, "IR1 x250, IR126 x1"},
+        {"DO1", -1, 2001, Direction::Read, "DO1 x2000, DO2001 x1"},
+        {"FN5DO1", -1, 1969, Direction::Write, "FN5DO1 x1968, FN5DO1969 x1"},
+        {"DI7", BitBlock, 4000, Direction::Read, "DI7 x2000, DI2007 x2000"},
+        // Register bits: whole registers per command, the bit number carried on.
+        {"HR1.15", -1, 2000, Direction::Read, "HR1.15 x1985, HR126.0 x15"},
+        {"HR1.4", -1, 1965, Direction::Write, "HR1.4 x1964, HR124.0 x1"},
+        {"HR60000", -1, 11, Direction::Read, "HR60000 x11"},
+        {"HR65536", -1, 1, Direction::Write, "HR65536 x1"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.address);
+        TransferPlan plan;
+        QString error;
+        ASSERT_TRUE(planTransfer(QLatin1String(c.address), c.type, c.count, c.direction, &plan, &error))
+            << error.toStdString();
+        QStringList pieces;
+        int next = 0;
+        for (const TransferPiece& piece : plan.pieces) {
+            EXPECT_EQ(piece.first, next);
+            next += piece.count;
+            pieces << QStringLiteral("%1 x%2").arg(piece.address).arg(piece.count);
+        }
+        EXPECT_EQ(next, c.count);
+        EXPECT_EQ(pieces.join(QStringLiteral(", ")).toStdString(), c.pieces);
     }
 }
 

@@ -1,8 +1,7 @@
-// The simulated line's own rules: where a request ends, what each fault does to
-// a reply, the moving registers and the bounded request history.
+// The simulated line over a pseudo-terminal: what each fault does to a reply,
+// the moving registers and the bounded request history.
 #include "host_test_support.h"
-#include "port/rtu_frame_layout.h"
-#include "simulator/request_framing.h"
+#include "rtu/rtu_frame.h"
 #include "simulator/servo_line.h"
 
 #include <gtest/gtest.h>
@@ -11,59 +10,6 @@
 #include <thread>
 
 namespace {
-
-std::vector<uint8_t> bytesOf(const char* hexBytes)
-{
-    const QByteArray bytes = QByteArray::fromHex(hexBytes);
-    return std::vector<uint8_t>(bytes.begin(), bytes.end());
-}
-
-TEST(RequestFramingTest, LengthFromTheFirstBytes)
-{
-    const struct {
-        const char* bytes;
-        int length;
-    } cases[] = {
-        {"", RequestFraming::NeedMoreBytes},
-        {"01", RequestFraming::NeedMoreBytes},
-        {"0103", 8},
-        {"0106", 8},
-        {"0110000000", RequestFraming::NeedMoreBytes}, // byte count not seen yet
-        {"011000000001", RequestFraming::NeedMoreBytes},
-        {"01100000000102", 11},
-        {"010f0004000301", 10},
-        {"010fffff07d0ff", 264}, // byte count 255: the most a request can say
-        {"0107", RequestFraming::UnknownLength},
-        {"0183", RequestFraming::UnknownLength}, // an exception code is no request
-    };
-    for (const auto& c : cases) {
-        const std::vector<uint8_t> bytes = bytesOf(c.bytes);
-        EXPECT_EQ(RequestFraming::expectedLength(bytes.data(), bytes.size()), c.length) << c.bytes;
-    }
-}
-
-TEST(RequestFramingTest, CrcCheckAndRestamp)
-{
-    const struct {
-        const char* frame;
-        bool matches;
-    } cases[] = {
-        {"010300000001840a", true},
-        {"010300000001840b", false},
-        {"0103000000010a84", false}, // the low byte of the CRC goes first
-        {"0106003100cd1990", true},
-        {"ffff", false},
-    };
-    for (const auto& c : cases) {
-        std::vector<uint8_t> frame = bytesOf(c.frame);
-        EXPECT_EQ(RequestFraming::crcMatches(frame.data(), frame.size()), c.matches) << c.frame;
-        RequestFraming::restampCrc(frame.data(), frame.size());
-        EXPECT_EQ(RequestFraming::crcMatches(frame.data(), frame.size()), frame.size() >= 4) << c.frame;
-    }
-    // The check value of CRC-16/MODBUS.
-    const std::vector<uint8_t> check = bytesOf("313233343536373839");
-    EXPECT_EQ(RtuFrameLayout::crc16(check.data(), check.size()), 0x4B37);
-}
 
 // Station 1 with one fault, asked for HR1..HR2 (0x1234, 0x5678) by a bare port.
 TEST(ServoLineTest, EachFaultShapesTheReply)
@@ -128,7 +74,7 @@ TEST(ServoLineTest, HistoryKeepsTheLatestRequestsAndCountsThemAll)
     const int sent = static_cast<int>(ServoLine::HistoryLimit) + 5;
     for (int i = 0; i < sent; ++i) {
         uint8_t frame[8] = {0, 6, 0, 9, static_cast<uint8_t>(i >> 8), static_cast<uint8_t>(i), 0, 0};
-        RequestFraming::restampCrc(frame, sizeof frame);
+        Rtu::stampCrc(frame, sizeof frame);
         ASSERT_EQ(port.send(reinterpret_cast<const char*>(frame), 8), 8);
     }
     const auto start = Clock::now();

@@ -1,5 +1,6 @@
 // drvctl's address check and value codec, called directly: what reaches the
 // driver, byte for byte, and what is refused with which text.
+#include "drvctl/address.h"
 #include "drvctl/value_codec.h"
 
 #include <gtest/gtest.h>
@@ -18,7 +19,9 @@ TEST(AddressCheck, AcceptsOnlyAsciiAreaLettersAndAWholeText)
         {QStringLiteral("HR100.3"), nullptr},
         {QStringLiteral("HR200sw"), nullptr},
         {QStringLiteral("HR65536"), nullptr},
-        {QStringLiteral("HR100.255"), nullptr},
+        {QStringLiteral("HR100.15"), nullptr},
+        {QStringLiteral("fn6hr7"), nullptr},
+        {QStringLiteral("IR3SW"), nullptr},
         // The Kelvin sign folds to K under Unicode case rules; the driver would see another text.
         {QString(QChar(0x212A)) + QStringLiteral("100"),
          "bad address: \u212A100 (area letters and a number, e.g. HR100, DO5, HR100.3, HR200SW)"},
@@ -35,7 +38,17 @@ TEST(AddressCheck, AcceptsOnlyAsciiAreaLettersAndAWholeText)
         {QStringLiteral("HR65537"), "bad address: HR65537 (numbers run from 1 to 65536)"},
         {QStringLiteral("HR99999999999999999999999"),
          "bad address: HR99999999999999999999999 (numbers run from 1 to 65536)"},
-        {QStringLiteral("HR1.256"), "bad address: HR1.256 (bit numbers run from 0 to 255)"},
+        {QStringLiteral("HR1.16"), "bad address: HR1.16 (bit numbers run from 0 to 15)"},
+        // Only the areas the servo driver serves: it reads input registers for any other letters.
+        {QStringLiteral("HD100"), "unknown area 'HD' in HD100 (HR, IR, DO, DI, FN5DO, FN6HR)"},
+        {QStringLiteral("XX1"), "unknown area 'XX' in XX1 (HR, IR, DO, DI, FN5DO, FN6HR)"},
+        {QStringLiteral("FN7HR1"), "unknown area 'FN7HR' in FN7HR1 (HR, IR, DO, DI, FN5DO, FN6HR)"},
+        {QStringLiteral("HRR1"), "unknown area 'HRR' in HRR1 (HR, IR, DO, DI, FN5DO, FN6HR)"},
+        {QStringLiteral("FN5HR1"), "unknown area 'FN5HR' in FN5HR1 (HR, IR, DO, DI, FN5DO, FN6HR)"},
+        {QStringLiteral("DO1.3"),
+         "bad address: DO1.3 (DO, DI and FN5DO are bits already; a .bit is for the registers of HR, IR and FN6HR)"},
+        {QStringLiteral("DI2SW"), "bad address: DI2SW (SW orders the words of a dword, which only HR, IR and FN6HR hold)"},
+        {QStringLiteral("HR1.3SW"), "bad address: HR1.3SW (SW orders the words of a dword; a .bit address holds bits)"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.address.toStdString());

@@ -10,7 +10,7 @@
 #include "tools/timing.h"
 #include "tools_test_support.h"
 
-TEST(Timing, SleepClockAndProcesses)
+TEST(Timing, HRSleepSleepsTheWholeTimeThroughSignals)
 {
     static volatile sig_atomic_t alarms = 0;
     struct sigaction action = {}, previous = {};
@@ -25,48 +25,74 @@ TEST(Timing, SleepClockAndProcesses)
     sigaction(SIGALRM, &previous, nullptr);
     EXPECT_GE(alarms, 10);
     EXPECT_GE(elapsed, 1010);
+}
+
+TEST(Timing, CurrentMSecsSinceBootIsTheMonotonicClockInMilliseconds)
+{
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
     const long long first = CurrentMSecsSinceBoot(), lag = first - (now.tv_sec * 1000LL + now.tv_nsec / 1000000);
     EXPECT_TRUE(lag >= 0 && lag <= 50) << lag; // a clock in other units would be far off
     HRSleep(20);
     EXPECT_GE(CurrentMSecsSinceBoot() - first, 20);
-    EXPECT_TRUE(ProcessIsRunning(getpid()));
+}
+
+TEST(Timing, ProcessIsRunningNamesOneLiveProcessOnly)
+{
     const pid_t child = fork();
     if (child == 0)
         _exit(0);
     ASSERT_GT(child, 0);
     waitpid(child, nullptr, 0);
-    EXPECT_FALSE(ProcessIsRunning(child) || ProcessIsRunning(0)); // 0 names a process group, not a process
-    EXPECT_FALSE(ProcessIsRunning((1LL << 32) + getpid())); // not cut down to our own id
+    const struct {
+        const char* name;
+        long long pid;
+        bool running;
+    } cases[] = {
+        {"our own process", getpid(), true},
+        {"a child that has ended and been reaped", child, false},
+        {"0, a process group", 0, false},
+        {"-1, every process", -1, false},
+        {"our id plus 2^32, not cut down to ours", (1LL << 32) + getpid(), false},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(ProcessIsRunning(c.pid), c.running) << c.name;
 }
 
-TEST(TextUtilities, NumbersPrefixesAndDumps)
+TEST(TextUtilities, HexToUIntReadsAtMostLengthCharacters)
 {
-    const struct { const char* text; int length; unsigned int value; } hexTexts[] = {
+    const struct { const char* text; int length; unsigned int value; } cases[] = {
         {"1F", 2, 31},   {"0x1F", 4, 31}, {"0X1f", 4, 31}, {"ff", 2, 255},    {"1G", 2, 0},   {"1234", 2, 0x12},
         {"12", 5, 0x12}, {"0", 1, 0},     {"0x", 2, 0},    {"0012", 4, 0x12}, {"0x1F", 3, 1}, {"AB", 0, 0},
         {"123456789", 9, 0x23456789u},    {nullptr, 4, 0}};
-    for (const auto& c : hexTexts)
+    for (const auto& c : cases)
         EXPECT_EQ(HexToUInt(c.text, c.length), c.value) << (c.text ? c.text : "null") << " length " << c.length;
-    const struct { const char* text; int base; int address; } addresses[] = {
+}
+
+TEST(TextUtilities, ExtractPLCDeviceAddressInTheAreasBase)
+{
+    const struct { const char* text; int base; int address; } cases[] = {
         {"HR100", 10, 100}, {"HR100.3", 10, 0}, {"HR", 10, 0},    {"X1F", 16, 31},  {"D100", 16, 53504},
         {"Y17", 8, 15},     {"Y18", 8, 0},      {"HR100", 2, -1}, {"HR100", 0, -1},
         {"HR100 ", 10, 0},  {"HR100\t", 10, 0}, {"HR100\n", 16, 0}, {"HR100x", 10, 0}};
-    for (const auto& c : addresses) {
+    for (const auto& c : cases)
         EXPECT_EQ(ExtractPLCDeviceAddress(QByteArray(c.text), c.base), c.address) << c.text << " base " << c.base;
-        EXPECT_EQ(ExtractPLCDeviceAddress(QString::fromLatin1(c.text), c.base), c.address) << c.text;
-    }
-    const struct { const char* text; const char* prefix; } prefixes[] = {
+}
+
+TEST(TextUtilities, ExtractPrefixSymbolTakesTheLettersBeforeTheNumber)
+{
+    const struct { const char* text; const char* prefix; } cases[] = {
         {"HR100", "HR"}, {"FN6HR100", "FN"}, {"_AB1", "_AB"}, {"1HR", ""}, {"", ""}};
-    for (const auto& c : prefixes) {
-        EXPECT_EQ(ExtractPrefixSymbol(QString::fromLatin1(c.text)), QByteArray(c.prefix)) << c.text;
+    for (const auto& c : cases)
         EXPECT_EQ(ExtractPrefixSymbol(QByteArray(c.text)), QByteArray(c.prefix)) << c.text;
-    }
-    const struct { const char* bytes; const char* text; } dumps[] = {
+}
+
+TEST(TextUtilities, DumpByteArrayShowsHexThenText)
+{
+    const struct { const char* bytes; const char* text; } cases[] = {
         {"", "() : "}, {"3a3031", "(0X3a 0X30 0X31 ) : :01"}, {"0a", "(0Xa ) : \n"},
         {"4100ff", "(0X41 0X0 0Xff ) : A"}};
-    for (const auto& c : dumps)
+    for (const auto& c : cases)
         EXPECT_EQ(dumpByteArray(hex(c.bytes)).toStdString(), c.text) << c.bytes;
 }
 

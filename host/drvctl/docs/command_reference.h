@@ -5,7 +5,7 @@
 #include <QString>
 
 // What the manual page and the shell completion say about drvctl, read from its
-// command table and each command's --help, so that neither can drift from them.
+// command and option tables and its general help, so that neither can drift from them.
 struct OptionReference {
     QString name;        // without dashes: "count"
     QString shortName;   // "h" for -h, or empty
@@ -20,7 +20,6 @@ struct CommandReference {
     QString description;
     bool inShell = false;
     QList<OptionReference> options; // --help and --json included
-    bool simulatedLine = false;     // takes --fault
 };
 
 struct DrvctlReference {

@@ -27,9 +27,7 @@ public:
     void seal()
     {
         const int end = length;
-        const unsigned short crc = ModbusRTUCrc(frame, end);
-        frame[end] = static_cast<unsigned char>(crc & 0xFF);
-        frame[end + 1] = static_cast<unsigned char>(crc >> 8);
+        ModbusRtu::putCrc(frame + end, ModbusRTUCrc(frame, end));
         length = end + ModbusRtu::CrcLength;
     }
 
@@ -68,8 +66,7 @@ inline ModbusRequest ModbusRequest::readDevices(unsigned char slave, unsigned ch
 {
     ModbusRequest request(slave, function, address, quantity);
     request.seal();
-    const int dataBytes = function <= 2 ? (quantity + 7) / 8 : 2 * quantity;
-    request.expectedReplyLength = ModbusRtu::HeaderLength + dataBytes + ModbusRtu::CrcLength;
+    request.expectedReplyLength = ModbusRtu::normalReplyLength(function, quantity);
     return request;
 }
 

@@ -28,18 +28,18 @@ QByteArray multipleWrite(unsigned char slave, unsigned char function, unsigned s
 
 void ModbusRTUSlaveAppendCRC(QByteArray& frame)
 {
-    const unsigned short crc =
-        ModbusRTUCrc(reinterpret_cast<const unsigned char*>(frame.constData()), frame.size());
-    frame.append(static_cast<char>(crc & 0xFF));
-    frame.append(static_cast<char>(crc >> 8));
+    const int end = frame.size();
+    const unsigned short crc = ModbusRTUCrc(reinterpret_cast<const unsigned char*>(frame.constData()), end);
+    frame.resize(end + ModbusRtu::CrcLength);
+    ModbusRtu::putCrc(reinterpret_cast<unsigned char*>(frame.data()) + end, crc);
 }
 
 bool ModbusRTUSlaveCheckCRC(unsigned char* adu, unsigned int length)
 {
     if (adu == nullptr || length < 2 || length > 0x7FFFFFFFu)
         return false;
-    const unsigned short crc = ModbusRTUCrc(adu, static_cast<int>(length - 2));
-    return adu[length - 2] == (crc & 0xFF) && adu[length - 1] == (crc >> 8);
+    const int end = static_cast<int>(length) - ModbusRtu::CrcLength;
+    return ModbusRtu::crcAt(adu + end) == ModbusRTUCrc(adu, end);
 }
 
 QByteArray ModbusRTUSlaveBuildReadDevicesRequest(unsigned char slave, unsigned char function,

@@ -33,10 +33,10 @@ bool DriverTecoServo::refuseReplyFunction(const char* buffer, unsigned char func
         return false;
     }
     // An exception reply is complete at 5 bytes: slave, function | 0x80, code, CRC.
-    unsigned char exception[5];
-    for (int i = 0; i < 5; ++i)
+    unsigned char exception[ModbusRtu::ExceptionReplyLength];
+    for (int i = 0; i < ModbusRtu::ExceptionReplyLength; ++i)
         exception[i] = static_cast<unsigned char>(buffer[i]);
-    if (ModbusRTUSlaveCheckCRC(exception, 5))
+    if (ModbusRTUSlaveCheckCRC(exception, ModbusRtu::ExceptionReplyLength))
         setCommError(QString::asprintf("exception code:0x%02X", exception[2]));
     else
         setCommError(QStringLiteral("CRC error"));
@@ -76,8 +76,8 @@ bool DriverTecoServo::exchange(AbstractDeviceInterface* port, const ModbusReques
         return false;
     }
     if (crcCheck == VerifyCrc) {
-        const unsigned short crc = ModbusRTUCrc(reply.bytes, replyLength - CrcLength);
-        if (reply.bytes[replyLength - 2] != (crc & 0xFF) || reply.bytes[replyLength - 1] != (crc >> 8)) {
+        const int end = replyLength - CrcLength;
+        if (crcAt(reply.bytes + end) != ModbusRTUCrc(reply.bytes, end)) {
             setCommError(QStringLiteral("CRC error"));
             return false;
         }

@@ -1,0 +1,24 @@
+#ifndef DRVCTL_COMMAND_OPTIONS_H
+#define DRVCTL_COMMAND_OPTIONS_H
+
+#include <QString>
+
+struct Invocation;
+
+// One option of the command line: which commands offer it (OptionGroup bits of the
+// command table), its name and value, its help and what it sets.
+struct OptionDefinition {
+    unsigned groups;
+    const char* name;
+    const char* valueName; // nullptr: a switch
+    const char* description;
+    // Set once for a whole shell session (the driver, the line, the simulated
+    // servos): a shell line may not give it.
+    bool sessionWide;
+    bool (*apply)(const QString& name, const QString& value, Invocation*, QString* error);
+};
+
+// Every option, in the order of the help; `count` is set to their number.
+const OptionDefinition* optionTable(int* count);
+
+#endif
