@@ -1,49 +1,54 @@
 #!/usr/bin/env bash
-# Debian packages for amd64 (build/release) and armhf (build/armhf, the cross
-# build of test_armhf.sh) into build/packages/: libdrivertools1, libdrivertools-dev,
-# teco-servo-driver (the plug-in) and drvctl. Builds what is missing first.
-# dpkg-shlibdeps cannot read this machine's view of armhf libraries, so the armhf
-# packages take the library dependencies dpkg-shlibdeps found for their amd64
-# twins: the same package names and versions in the same suite.
+# Debian packages from debian/ with Debian's own tools (debhelper), into
+# build/packages/: libdrivertools1, libdrivertools-dev, teco-servo-driver,
+# drvctl and their -dbgsym debug packages, for each architecture named (default
+# amd64 armhf arm64):
+#   scripts/package.sh [ARCH...]
+# armhf and arm64 are cross builds against the sysroot of scripts/sysroot.sh,
+# whose own package database gives dpkg-shlibdeps their dependencies. Each build
+# runs in a copy of the source tree (build/packages/ARCH), as dpkg-buildpackage
+# writes next to the tree it builds; its log is build/packages/ARCH.log.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-bash scripts/install_deps.sh dpkg-dev g++-arm-linux-gnueabihf qemu-user-static mmdebstrap
-jobs=$(nproc)
-targets=(--target tools teco_servo drvctl)
-out=$PWD/build/packages
-rm -rf "$out"
-mkdir -p "$out"
-
-[ -f build/release/CMakeCache.txt ] || cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DDRIVERS_WERROR=ON > /dev/null
-cmake --build build/release -j"$jobs" "${targets[@]}"
-(cd build/release && cpack -G DEB -B "$out/amd64" > /dev/null)
-
-# Our own packages come from the component dependencies; keep only the others.
-foreign_depends() {
-  dpkg-deb -f "$1" Depends | tr ',' '\n' | sed 's/^ *//' | grep -v -E '^(libdrivertools|teco-servo-driver|drvctl)' \
-    | paste -sd, | sed 's/,/, /g'
-}
-depends=()
-for component in RUNTIME PLUGIN DRVCTL; do
-  case $component in
-    RUNTIME) package=libdrivertools1 ;;
-    PLUGIN) package=teco-servo-driver ;;
-    DRVCTL) package=drvctl ;;
+architectures=("$@")
+((${#architectures[@]})) || architectures=(amd64 armhf arm64)
+native=$(dpkg --print-architecture)
+tools=(debhelper dpkg-dev fakeroot)
+for arch in "${architectures[@]}"; do
+  case $arch in
+    "$native") ;;
+    armhf) tools+=(g++-arm-linux-gnueabihf qemu-user-static mmdebstrap) ;;
+    arm64) tools+=(g++-aarch64-linux-gnu qemu-user-static mmdebstrap) ;;
+    *) echo "package: no build for $arch (amd64, armhf, arm64)" >&2; exit 2 ;;
   esac
-  depends+=("-DDRIVERS_DEB_${component}_DEPENDS=$(foreign_depends "$out"/amd64/"${package}"_*.deb)")
 done
+bash scripts/install_deps.sh "${tools[@]}"
 
-sysroot=$PWD/build/armhf-sysroot
-bash scripts/armhf_sysroot.sh "$sysroot"
-if [ ! -f build/armhf/CMakeCache.txt ]; then
-  cmake -S . -B build/armhf -DCMAKE_TOOLCHAIN_FILE=cmake/armhf-toolchain.cmake -DDRIVERS_ARMHF_SYSROOT="$sysroot" \
-    -DCMAKE_BUILD_TYPE=Release -DDRIVERS_WERROR=ON -DDRIVERS_BUILD_BENCH=OFF > /dev/null
-fi
-cmake -B build/armhf "${depends[@]}" > /dev/null
-cmake --build build/armhf -j"$jobs" "${targets[@]}"
-(cd build/armhf && cpack -G DEB -B "$out/armhf" > /dev/null)
-
-mv "$out"/amd64/*.deb "$out"/armhf/*.deb "$out"/
-rm -rf "$out/amd64" "$out/armhf"
-ls -1 "$out"
+out=$PWD/build/packages
+mkdir -p "$out"
+version=$(dpkg-parsechangelog -S Version)
+for arch in "${architectures[@]}"; do
+  rm -f "$out"/*_"$version"_"$arch".deb
+  work=$out/$arch
+  rm -rf "$work"
+  mkdir -p "$work/src"
+  tar -c --exclude=./build --exclude=./.git . | tar -x -C "$work/src"
+  build=(dpkg-buildpackage -b -us -uc -j"$(nproc)" -Pnocheck)
+  if [ "$arch" != "$native" ]; then
+    sysroot=$PWD/build/$arch-sysroot
+    bash scripts/sysroot.sh "$arch" "$sysroot"
+    # -d: the build dependencies of that architecture are in the sysroot, not here.
+    build+=(-a"$arch" -d)
+    export DRIVERS_SYSROOT=$sysroot
+  fi
+  echo "package: $arch"
+  if ! (cd "$work/src" && DEB_BUILD_OPTIONS=nocheck "${build[@]}") > "$out/$arch.log" 2>&1; then
+    tail -30 "$out/$arch.log" >&2
+    echo "package: the $arch build failed (log: $out/$arch.log)" >&2
+    exit 1
+  fi
+  mv "$work"/*.deb "$out"/
+  rm -rf "$work"
+done
+ls -1 "$out"/*.deb

@@ -2,7 +2,7 @@
 # The whole test suite: installs what it needs, then builds and runs every test
 # as a release build, under AddressSanitizer and UndefinedBehaviorSanitizer (any
 # report fails the run), as clang libFuzzer targets, and cross-built for armhf
-# under emulation; then checks the install tree and the Debian packages, and
+# and arm64 under emulation; then checks the install tree and the Debian packages, and
 # finally that this script itself fails when a suite fails.
 #
 #   scripts/test.sh           every suite (what CI runs)
@@ -48,7 +48,8 @@ run_suite release ctest_suite build/release -DCMAKE_BUILD_TYPE=Release
 if ! $quick; then
   run_suite sanitize ctest_suite build/sanitize -DCMAKE_BUILD_TYPE=Debug -DDRIVERS_SANITIZE=ON -DDRIVERS_BUILD_BENCH=OFF
   run_suite fuzz bash scripts/test_fuzz.sh
-  run_suite armhf bash scripts/test_armhf.sh
+  run_suite armhf bash scripts/test_cross.sh armhf
+  run_suite arm64 bash scripts/test_cross.sh arm64
   run_suite install bash scripts/test_install.sh
   run_suite test-script bash scripts/check_test_script.sh
 fi

@@ -3,9 +3,11 @@
 # into a staging prefix (moved after the install, so nothing may point back into
 # the build), a second driver built against it with find_package and with
 # pkg-config, the installed drvctl on its simulated line with the installed
-# plug-in, and the Debian packages of scripts/package.sh: file lists,
-# dependencies, and the packages unpacked with dpkg -x into scratch roots and
-# run from there (armhf under emulation). Prints "install: N passed, M failed" last.
+# plug-in; and the Debian packages of scripts/package.sh for amd64, armhf and
+# arm64: file lists, dependencies, lintian (no error, no warning), the amd64 ones
+# installed with apt into a scratch Debian root and purged again
+# (scripts/test_scratch_root.sh), the others unpacked with dpkg -x and their
+# drvctl run under emulation. Prints "install: N passed, M failed" last.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -63,7 +65,7 @@ depends_on() { # DEB PACKAGE...
 }
 
 [ -f build/release/CMakeCache.txt ] || cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DDRIVERS_WERROR=ON > /dev/null
-cmake --build build/release -j"$(nproc)" --target tools teco_servo drvctl > /dev/null
+cmake --build build/release -j"$(nproc)" --target tools teco_servo drvctl drvctl_manual > /dev/null
 
 # Staging prefix.
 check staging-install cmake --install build/release --prefix "$work/stage-built"
@@ -72,6 +74,8 @@ check staging-find-package build_consumer "$work/stage" "$work/consumer-stage"
 check staging-pkg-config build_consumer_with_pkg_config "$work/stage"
 check staging-drvctl drvctl_session "$work/stage/bin/drvctl"
 check staging-drvctl-uses-installed-plugin drvctl_without_plugin_fails "$work/stage/bin/drvctl" "$work/stage"
+check staging-manual-and-completion test -s "$work/stage/share/man/man1/drvctl.1" -a \
+  -s "$work/stage/share/bash-completion/completions/drvctl"
 
 # Debian packages.
 check packages-build bash scripts/package.sh
@@ -80,37 +84,72 @@ headers=()
 for header in runtime/drivers/interface/*.h runtime/drivers/tools/*.h; do
   headers+=("/usr/include/drivers/${header#runtime/drivers/}")
 done
-for arch in amd64 armhf; do
+docs() { echo "/usr/share/doc/$1/changelog.gz" "/usr/share/doc/$1/copyright"; }
+
+no_lintian_error_or_warning() { # DEB...
+  local out; out=$(lintian --tag-display-limit 0 "$@" 2>&1)
+  echo "$out"
+  ! grep -qE '^[EW]: ' <<<"$out"
+}
+
+for arch in amd64 armhf arm64; do
+  triplet=$(dpkg-architecture -a"$arch" -qDEB_HOST_MULTIARCH 2>/dev/null)
+  lib=/usr/lib/$triplet
+  # shellcheck disable=SC2046
   check "deb-files-runtime-$arch" file_list_is "$debs/libdrivertools1_1.0.0_$arch.deb" \
-    /usr/lib/libdrivertools.so.1 /usr/lib/libdrivertools.so.1.0.0
+    "$lib/libdrivertools.so.1" "$lib/libdrivertools.so.1.0.0" $(docs libdrivertools1)
+  # shellcheck disable=SC2046
   check "deb-files-dev-$arch" file_list_is "$debs/libdrivertools-dev_1.0.0_$arch.deb" "${headers[@]}" \
-    /usr/lib/libdrivertools.so /usr/lib/pkgconfig/drivertools.pc \
-    /usr/lib/cmake/DriverTools/DriverToolsConfig.cmake /usr/lib/cmake/DriverTools/DriverToolsConfigVersion.cmake \
-    /usr/lib/cmake/DriverTools/DriverToolsTargets.cmake /usr/lib/cmake/DriverTools/DriverToolsTargets-release.cmake
-  check "deb-files-plugin-$arch" file_list_is "$debs/teco-servo-driver_1.0.0_$arch.deb" /usr/lib/drivers/libteco_servo.so
-  check "deb-files-drvctl-$arch" file_list_is "$debs/drvctl_1.0.0_$arch.deb" /usr/bin/drvctl
+    "$lib/libdrivertools.so" "$lib/pkgconfig/drivertools.pc" \
+    "$lib/cmake/DriverTools/DriverToolsConfig.cmake" "$lib/cmake/DriverTools/DriverToolsConfigVersion.cmake" \
+    "$lib/cmake/DriverTools/DriverToolsTargets.cmake" "$lib/cmake/DriverTools/DriverToolsTargets-none.cmake" \
+    $(docs libdrivertools-dev)
+  # shellcheck disable=SC2046
+  check "deb-files-plugin-$arch" file_list_is "$debs/teco-servo-driver_1.0.0_$arch.deb" \
+    "$lib/drivers/libteco_servo.so" $(docs teco-servo-driver)
+  # shellcheck disable=SC2046
+  check "deb-files-drvctl-$arch" file_list_is "$debs/drvctl_1.0.0_$arch.deb" /usr/bin/drvctl \
+    /usr/share/man/man1/drvctl.1.gz /usr/share/bash-completion/completions/drvctl \
+    /usr/share/drvctl/maps/teco_servo.csv $(docs drvctl)
   check "deb-depends-runtime-$arch" depends_on "$debs/libdrivertools1_1.0.0_$arch.deb" libc6 libqt5core5a libqt5sql5
   check "deb-depends-plugin-$arch" depends_on "$debs/teco-servo-driver_1.0.0_$arch.deb" libdrivertools1 libqt5core5a
-  check "deb-depends-drvctl-$arch" depends_on "$debs/drvctl_1.0.0_$arch.deb" teco-servo-driver libmodbus5 libqt5core5a
+  check "deb-depends-drvctl-$arch" depends_on "$debs/drvctl_1.0.0_$arch.deb" teco-servo-driver libmodbus5 libqt5core5a \
+    libqt5gui5 libqt5svg5 libedit2
+  check "deb-lintian-$arch" no_lintian_error_or_warning "$debs"/*_1.0.0_"$arch".deb
 done
-scratch=$work/scratch
-mkdir -p "$scratch"
-for deb in "$debs"/*_amd64.deb; do dpkg -x "$deb" "$scratch"; done
-check deb-scratch-drvctl drvctl_session "$scratch/usr/bin/drvctl"
-check deb-scratch-find-package build_consumer "$scratch/usr" "$work/consumer-deb"
 
-# The armhf packages, unpacked the same way, run under emulation in a PID
-# namespace of their own (Qt and the C library from the armhf sysroot).
-scratch_armhf=$work/scratch-armhf
-mkdir -p "$scratch_armhf"
-for deb in "$debs"/*_armhf.deb; do dpkg -x "$deb" "$scratch_armhf"; done
-qemu=$(command -v qemu-arm-static || command -v qemu-arm)
-printf '#!/bin/sh\nexec %s -L %s %s "$@"\n' "$qemu" "$root/build/armhf-sysroot" "$scratch_armhf/usr/bin/drvctl" \
-  > "$work/drvctl-armhf"
-chmod +x "$work/drvctl-armhf"
+# The amd64 packages installed with apt into a scratch Debian root, in a mount
+# and PID namespace of their own.
+scratch_root() {
+  unshare --mount --pid --fork --kill-child bash scripts/test_scratch_root.sh "$debs" "$work/scratch-root" \
+    | tee "$work/scratch-root.out"
+  local counts; counts=$(tail -1 "$work/scratch-root.out")
+  if [[ $counts =~ ([0-9]+)\ passed,\ ([0-9]+)\ failed ]]; then
+    passed=$((passed + BASH_REMATCH[1])) failed=$((failed + BASH_REMATCH[2]))
+  else
+    echo "FAIL scratch-root (no summary)"; failed=$((failed + 1))
+  fi
+}
+mkdir -p "$work/scratch-root"
+scratch_root
+
+# The armhf and arm64 packages, unpacked with dpkg -x, run under emulation in a
+# PID namespace of their own (Qt and the C library from the sysroot).
 export -f drvctl_session
-check deb-scratch-drvctl-armhf unshare --user --map-root-user --pid --fork --kill-child \
-  bash -c 'drvctl_session "$0"' "$work/drvctl-armhf"
+for arch in armhf arm64; do
+  case $arch in armhf) qemu_name=arm ;; arm64) qemu_name=aarch64 ;; esac
+  scratch=$work/scratch-$arch
+  mkdir -p "$scratch"
+  for deb in "$debs"/*_1.0.0_"$arch".deb; do dpkg -x "$deb" "$scratch"; done
+  qemu=$(command -v "qemu-$qemu_name-static" || command -v "qemu-$qemu_name")
+  # The toolkit library lies in the unpacked tree, where the dynamic linker does not look.
+  printf '#!/bin/sh\nexec %s -L %s -E LD_LIBRARY_PATH=%s %s "$@"\n' "$qemu" "$root/build/$arch-sysroot" \
+    "$scratch/usr/lib/$(dpkg-architecture -a"$arch" -qDEB_HOST_MULTIARCH 2>/dev/null)" "$scratch/usr/bin/drvctl" \
+    > "$work/drvctl-$arch"
+  chmod +x "$work/drvctl-$arch"
+  check "deb-scratch-drvctl-$arch" unshare --user --map-root-user --pid --fork --kill-child \
+    bash -c 'drvctl_session "$0"' "$work/drvctl-$arch"
+done
 
 echo "install: $passed passed, $failed failed"
 [ "$failed" -eq 0 ]
