@@ -178,8 +178,8 @@ TEST_F(DrvctlDocs, CompletionOfPartWords)
     ASSERT_TRUE(capture.open(QIODevice::WriteOnly));
     capture.close();
     const CompletionRow rows[] = {
-        {"command prefix", {"re"}, {"read"}},
-        {"option prefix", {"scan", "--i"}, {"--ids"}},
+        {"command prefix", {"re"}, {"read", "restore"}},
+        {"option prefix", {"scan", "--id"}, {"--ids"}},
         {"file after --pcap", {"read", "--pcap", "li"}, {"line.pcap"}},
         {"nothing after a number option", {"poll", "--interval", ""}, {}},
         {"no option of another command", {"info", "--ids"}, {}},

@@ -24,7 +24,8 @@ QList<OptionReference> optionsOf(const CommandDefinition& definition)
         const OptionDefinition& option = table[k];
         if ((option.groups & definition.options) == 0)
             continue;
-        options.append({QLatin1String(option.name), QString(), QLatin1String(option.valueName),
+        const QStringList names = optionNames(option); // "o|output": -o, --output
+        options.append({names.last(), names.size() > 1 ? names.first() : QString(), QLatin1String(option.valueName),
                         joined(QLatin1String(option.description))});
     }
     return options;
