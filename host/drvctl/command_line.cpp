@@ -39,19 +39,14 @@ CommandGrammar* grammarFor(const CommandDefinition& definition, bool shellLine)
     QCommandLineParser& parser = grammar->parser;
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
     parser.addOption(QCommandLineOption(QStringList{QStringLiteral("h"), QStringLiteral("help")}));
-    int count = 0;
-    const OptionDefinition* table = optionTable(&count);
-    for (int k = 0; k < count; ++k) {
-        const OptionDefinition& option = table[k];
-        if ((option.groups & definition.options) == 0)
-            continue;
-        // Whole-session options are known to a shell line too, to be refused by name.
-        const QStringList names = optionNames(option);
-        parser.addOption(option.valueName ? QCommandLineOption(names, QString(), QLatin1String(option.valueName))
-                                          : QCommandLineOption(names));
-        grammar->options.push_back(&option);
+    // Whole-session options are known to a shell line too, to be refused by name.
+    grammar->options = optionsOffered(definition.options);
+    for (const OptionDefinition* option : grammar->options) {
+        const QStringList names = optionNames(*option);
+        parser.addOption(option->valueName ? QCommandLineOption(names, QString(), QLatin1String(option->valueName))
+                                           : QCommandLineOption(names));
         for (const QString& name : names)
-            grammar->byName.insert(name, &option);
+            grammar->byName.insert(name, option);
     }
     grammar->help = commandHelp(definition, grammar->options, shellLine);
     built[slot] = std::move(grammar);

@@ -195,8 +195,11 @@ QStringList optionNames(const OptionDefinition& option)
     return QString::fromLatin1(option.name).split(QLatin1Char('|'));
 }
 
-const OptionDefinition* optionTable(int* count)
+std::vector<const OptionDefinition*> optionsOffered(unsigned groups)
 {
-    *count = static_cast<int>(sizeof Options / sizeof Options[0]);
-    return Options;
+    std::vector<const OptionDefinition*> offered;
+    for (const OptionDefinition& option : Options)
+        if ((option.groups & groups) != 0)
+            offered.push_back(&option);
+    return offered;
 }

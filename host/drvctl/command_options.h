@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <vector>
+
 struct Invocation;
 
 // One option of the command line: which commands offer it (OptionGroup bits of the
@@ -22,7 +24,7 @@ struct OptionDefinition {
 // Its names: the alias, if any, then the name (the last one).
 QStringList optionNames(const OptionDefinition& option);
 
-// Every option, in the order of the help; `count` is set to their number.
-const OptionDefinition* optionTable(int* count);
+// The options a command offers (its OptionGroup bits), in the order of the help.
+std::vector<const OptionDefinition*> optionsOffered(unsigned groups);
 
 #endif

@@ -35,11 +35,9 @@ QStringList candidates(const QString& before)
     const CommandDefinition* definition = findCommand(command);
     if (definition == nullptr || !definition->inShell)
         return names;
-    int count = 0;
-    const OptionDefinition* options = optionTable(&count);
-    for (int k = 0; k < count; ++k)
-        if ((options[k].groups & definition->options) != 0 && !options[k].sessionWide)
-            names << QStringLiteral("--") + QLatin1String(options[k].name);
+    for (const OptionDefinition* option : optionsOffered(definition->options))
+        if (!option->sessionWide)
+            names << QStringLiteral("--") + optionNames(*option).last();
     names << QStringLiteral("--help");
     names.removeDuplicates();
     return names;

@@ -18,15 +18,10 @@ QString joined(const QString& lines)
 QList<OptionReference> optionsOf(const CommandDefinition& definition)
 {
     QList<OptionReference> options{{QStringLiteral("help"), QStringLiteral("h"), QString(), QStringLiteral("Show this help.")}};
-    int count = 0;
-    const OptionDefinition* table = optionTable(&count);
-    for (int k = 0; k < count; ++k) {
-        const OptionDefinition& option = table[k];
-        if ((option.groups & definition.options) == 0)
-            continue;
-        const QStringList names = optionNames(option); // "o|output": -o, --output
-        options.append({names.last(), names.size() > 1 ? names.first() : QString(), QLatin1String(option.valueName),
-                        joined(QLatin1String(option.description))});
+    for (const OptionDefinition* option : optionsOffered(definition.options)) {
+        const QStringList names = optionNames(*option); // "o|output": -o, --output
+        options.append({names.last(), names.size() > 1 ? names.first() : QString(), QLatin1String(option->valueName),
+                        joined(QLatin1String(option->description))});
     }
     return options;
 }
