@@ -2,6 +2,7 @@
 #include "drvctl/invocation.h"
 #include "drvctl/output.h"
 #include "drvctl/session.h"
+#include "parameters/chart_application.h"
 
 #include <QGuiApplication>
 #include <cstdio>
@@ -10,8 +11,7 @@
 
 namespace {
 
-// Charts paint text, which needs a QGuiApplication: only the commands that draw
-// get one, on the offscreen platform, so that no display is ever needed.
+// Charts paint text, which needs a QGuiApplication: only the commands that draw get one.
 bool drawsChart(int argc, char* argv[])
 {
     for (int i = 1; i < argc && std::strcmp(argv[i], "--") != 0; ++i)
@@ -25,16 +25,10 @@ bool drawsChart(int argc, char* argv[])
 int main(int argc, char* argv[])
 {
     std::unique_ptr<QCoreApplication> owner;
-    if (drawsChart(argc, argv)) {
-        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-            qputenv("QT_QPA_PLATFORM", "offscreen");
-        // Its start-up warns about a missing XDG_RUNTIME_DIR, which a chart never uses.
-        const QtMessageHandler previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-        owner = std::make_unique<QGuiApplication>(argc, argv);
-        qInstallMessageHandler(previous);
-    } else {
+    if (drawsChart(argc, argv))
+        owner = makeChartApplication(argc, argv);
+    else
         owner = std::make_unique<QCoreApplication>(argc, argv);
-    }
     QCoreApplication& application = *owner;
     Invocation invocation;
     QString text;
