@@ -23,6 +23,9 @@
 
 using Clock = std::chrono::steady_clock;
 
+// Nanoseconds per millisecond, for the clocks that count in nanoseconds.
+constexpr long long Ms = 1000000;
+
 inline long long msSince(Clock::time_point start)
 {
     return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();

@@ -1,14 +1,13 @@
 #ifndef HOST_TESTS_MONITOR_TEST_SUPPORT_H
 #define HOST_TESTS_MONITOR_TEST_SUPPORT_H
 
+#include "host_test_support.h"
 #include "port/line_settings.h"
 
 #include <QRegularExpression>
 #include <QString>
 
 namespace monitor_test {
-
-constexpr long long Ms = 1000000;
 
 inline LineSettings line9600()
 {

@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr long long Ms = 1000000;
-
 TEST(QuietGap, WaitsFromTheLastByteOnTheLineOrFromOpening)
 {
     using Action = QuietGap::Action;

@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr long long Ms = 1000000;
-
 // Station 1 with one fault, asked for HR1..HR2 (0x1234, 0x5678) by a bare port.
 TEST(ServoLineTest, EachFaultShapesTheReply)
 {

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr long long Ms = 1000000;
-
 TEST(RequestAssembler, WholeRequestsFromChunksAndSilences)
 {
     const struct {
