@@ -46,8 +46,12 @@ set(ENV{PKG_CONFIG_SYSROOT_DIR} ${DRIVERS_SYSROOT})
 set(ENV{PKG_CONFIG_LIBDIR} "${DRIVERS_SYSROOT}/usr/lib/${DRIVERS_TRIPLET}/pkgconfig:${DRIVERS_SYSROOT}/usr/share/pkgconfig")
 
 # Test discovery, ctest and the build's own generators run the programs under
-# user-mode emulation.
+# user-mode emulation. Qt's plug-in folder is named outright: qemu-aarch64 does
+# not show Qt its compiled-in one under the prefix, and without its platform
+# plug-in a QGuiApplication aborts.
 find_program(DRIVERS_QEMU NAMES qemu-${DRIVERS_QEMU_NAME}-static qemu-${DRIVERS_QEMU_NAME})
+find_program(DRIVERS_ENV env REQUIRED)
 if(DRIVERS_QEMU)
-  set(CMAKE_CROSSCOMPILING_EMULATOR ${DRIVERS_QEMU} -L ${DRIVERS_SYSROOT})
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${DRIVERS_ENV} QT_PLUGIN_PATH=${DRIVERS_SYSROOT}/usr/lib/${DRIVERS_TRIPLET}/qt5/plugins
+      ${DRIVERS_QEMU} -L ${DRIVERS_SYSROOT})
 endif()
