@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by scripts/test.sh (and by its own check): runs test suites one after
 # another, whatever the earlier ones did, keeps each suite's output in a log of
 # its own, and turns the logs into the closing summary and the exit status.
@@ -28,7 +29,7 @@ suite_counts() {
 # $suite_logs/NAME.log (an earlier run's log is removed first, so that only this
 # run's counts are read), then records the suite's summary line.
 run_suite() {
-  local name=$1 log="$suite_logs/$1.log" status counts line
+  local name=$1 log="$suite_logs/$1.log" status counts line started=$SECONDS
   shift
   mkdir -p "$suite_logs"
   rm -f "$log"
@@ -55,7 +56,7 @@ run_suite() {
       suite_failures=$((suite_failures + 1))
     fi
   fi
-  suite_lines+=("$line")
+  suite_lines+=("$line ($((SECONDS - started)) s)")
 }
 
 # Prints every suite's line and the total as the last lines; returns non-zero

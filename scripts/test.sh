@@ -13,7 +13,7 @@
 # failed, did not build or did not run (a skipped suite counts as a failure
 # where CI=true).
 set -uo pipefail
-cd "$(dirname "$0")/.."
+cd "$(dirname "$0")/.." || exit 1
 
 quick=false
 case "${1:-}" in
@@ -35,18 +35,26 @@ export QT_QPA_PLATFORM=offscreen
 # shellcheck source=scripts/suite_runner.sh
 source scripts/suite_runner.sh
 
-ctest_suite() { # BUILD_DIR CMAKE_ARGS...
-  local dir=$1; shift
-  cmake -S . -B "$dir" -DDRIVERS_WERROR=ON "$@" &&
-    cmake --build "$dir" -j"$jobs" &&
-    # DRIVERS_CTEST_ARGS narrows the run for this script's own check; CI never sets it.
-    # shellcheck disable=SC2086
-    ctest --test-dir "$dir" --output-on-failure -j"$jobs" --timeout 120 ${DRIVERS_CTEST_ARGS:-}
+run_tests() { # BUILD_DIR
+  # DRIVERS_CTEST_ARGS narrows the run for this script's own check; CI never sets it.
+  # shellcheck disable=SC2086
+  ctest --test-dir "$1" --output-on-failure -j"$jobs" --timeout 120 ${DRIVERS_CTEST_ARGS:-}
 }
 
-run_suite release ctest_suite build/release -DCMAKE_BUILD_TYPE=Release
+# File by file, as the edit-build-test loop builds.
+release_suite() {
+  cmake -S . -B build/release -DDRIVERS_WERROR=ON -DCMAKE_BUILD_TYPE=Release &&
+    cmake --build build/release -j"$jobs" && run_tests build/release
+}
+
+sanitize_suite() {
+  bash scripts/batched_build.sh build/sanitize -DDRIVERS_WERROR=ON -DCMAKE_BUILD_TYPE=Debug -DDRIVERS_SANITIZE=ON \
+    -DDRIVERS_BUILD_BENCH=OFF && run_tests build/sanitize
+}
+
+run_suite release release_suite
 if ! $quick; then
-  run_suite sanitize ctest_suite build/sanitize -DCMAKE_BUILD_TYPE=Debug -DDRIVERS_SANITIZE=ON -DDRIVERS_BUILD_BENCH=OFF
+  run_suite sanitize sanitize_suite
   run_suite fuzz bash scripts/test_fuzz.sh
   run_suite armhf bash scripts/test_cross.sh armhf
   run_suite arm64 bash scripts/test_cross.sh arm64

@@ -21,19 +21,8 @@ sysroot=$PWD/build/$arch-sysroot
 bash scripts/sysroot.sh "$arch" "$sysroot"
 build=build/$arch
 
-configure() {
-  cmake -S . -B "$build" -DCMAKE_TOOLCHAIN_FILE=cmake/cross-toolchain.cmake -DDRIVERS_TARGET_ARCH="$arch" \
-    -DDRIVERS_SYSROOT="$sysroot" -DCMAKE_BUILD_TYPE=Release -DDRIVERS_WERROR=ON -DDRIVERS_BUILD_BENCH=OFF \
-    -DCMAKE_UNITY_BUILD="$1" > /dev/null
-}
-# Sources compiled in batches take half the time of the cross build. Should two
-# files ever clash inside one batch (the same file-local name), it goes file by file.
-configure ON
-if ! cmake --build "$build" -j"$(nproc)"; then
-  echo "$arch: the batched build failed; building file by file" >&2
-  configure OFF
-  cmake --build "$build" -j"$(nproc)"
-fi
+bash scripts/batched_build.sh "$build" -DCMAKE_TOOLCHAIN_FILE=cmake/cross-toolchain.cmake -DDRIVERS_TARGET_ARCH="$arch" \
+  -DDRIVERS_SYSROOT="$sysroot" -DCMAKE_BUILD_TYPE=Release -DDRIVERS_WERROR=ON -DDRIVERS_BUILD_BENCH=OFF
 cc -O2 -Wall -Wextra -o "$build/without_pidfd" scripts/emulation/without_pidfd.c
 
 status=0
