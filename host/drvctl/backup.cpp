@@ -40,8 +40,8 @@ int Session::backup(const Invocation& request)
     if (progress)
         std::fputs("\r\033[K", stderr);
     if (!ok)
-        return out.failure(QStringLiteral("backup of station %1 failed after %2 read(s): %3").arg(port->getStationId()).arg(reads).arg(error),
-                           ExitDriverFailure);
+        return parameterFailure(QStringLiteral("backup of station %1 failed after %2 read(s): ").arg(port->getStationId()).arg(reads),
+                                error, request.command);
     if (!saveParameterSet(request.output, set, &error))
         return out.failure(error, ExitSetup);
     const double seconds = static_cast<double>(clock.elapsed()) / 1000.0;

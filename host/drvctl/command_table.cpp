@@ -74,20 +74,20 @@ const CommandDefinition Commands[] = {
      "time.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | MapOptions
          | OutputOptions,
-     0, 0, Addresses::None, Needs::Line, false, false, &Session::backup},
+     0, 0, Addresses::None, Needs::Line, true, false, &Session::backup},
     {"restore", "SET.json", "write a saved set back and read it back",
      "Writes the set's writable parameters in map order, reads them back and lists every one that differs "
      "(exit 1 if any does). Without --map it uses the map the set names. A set made with another map is "
      "refused unless --force.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | MapOptions
          | RestoreOptions,
-     1, 1, Addresses::None, Needs::Line, false, false, &Session::restore},
+     1, 1, Addresses::None, Needs::Line, true, false, &Session::restore},
     {"diff", "SET.json [SET2.json]", "compare two sets, or a set with a station",
      "Compares two saved sets, or a set with a station (--station) read now, by name: the writable parameters, "
      "with --all every one. Exit 0 when they agree, 1 when not.",
      PluginOptions | DeviceOptions | TransactionOptions | LinkOptions | SimulatedLineOptions | MapOptions
          | DiffOptions,
-     1, 2, Addresses::None, Needs::Nothing, false, false, &Session::diff},
+     1, 2, Addresses::None, Needs::Nothing, true, false, &Session::diff},
     {"plot", "LOG.csv", "draw a poll log as a trend chart (-o CHART.png or .svg)",
      "Draws a log of poll --csv as a trend chart: a panel per unit, a line per column, failed reads marked.",
      OutputOptions, 1, 1, Addresses::None, Needs::Nothing, false, false, &Session::plot},

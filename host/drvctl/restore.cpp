@@ -39,8 +39,8 @@ int Session::restore(const Invocation& request)
     const std::unique_ptr<ParameterLine> line = parameterLine();
     int written = 0;
     if (!writeRestoreSteps(*line, steps, &written, &error))
-        return out.failure(QStringLiteral("restore to station %1 stopped after %2 of %3 write(s): %4").arg(station).arg(written).arg(steps.size()).arg(error),
-                           ExitDriverFailure);
+        return parameterFailure(QStringLiteral("restore to station %1 stopped after %2 of %3 write(s): ").arg(station).arg(written).arg(steps.size()),
+                                error, request.command);
 
     // Read back what was written and compare it with what the set asked for.
     std::vector<const Parameter*> parameters;
@@ -51,8 +51,8 @@ int Session::restore(const Invocation& request)
     }
     ParameterSet found;
     if (!readParameterSet(*line, parameters, &found.entries, &error))
-        return out.failure(QStringLiteral("%1 parameter(s) written to station %2, but the read-back failed: %3").arg(written).arg(station).arg(error),
-                           ExitDriverFailure);
+        return parameterFailure(QStringLiteral("%1 parameter(s) written to station %2, but the read-back failed: ").arg(written).arg(station),
+                                error, request.command);
     const QString stationLabel = QStringLiteral("station %1").arg(station);
     const SetComparison comparison = compareSets(expected, found, true);
     QJsonObject object = comparisonJson(comparison, QStringLiteral("set"), stationLabel);

@@ -85,6 +85,9 @@ private:
     // After the driver reported an error: was it the line, or Ctrl-C? The error
     // then says so instead of the driver's text.
     Transfer driverFailure(QString* error) const;
+    // A parameter command's failure, `context` before the reason: as a read's,
+    // the line lost is exit 3 and Ctrl-C exit 130, with what was done by then.
+    int parameterFailure(const QString& context, QString error, const QString& command);
     // Reads the address in as many driver commands as the Modbus limits ask for and
     // joins the values.
     Transfer readValues(const Invocation& request, const QString& address, TransferPlan* plan, QList<qint64>* values,

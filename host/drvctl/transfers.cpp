@@ -57,6 +57,12 @@ int Session::transferFailure(Transfer outcome, const QString& error, const QStri
     return out.failure(error, ExitDriverFailure);
 }
 
+int Session::parameterFailure(const QString& context, QString error, const QString& command)
+{
+    const Transfer outcome = driverFailure(&error);
+    return transferFailure(outcome, context + error, command);
+}
+
 Session::Transfer Session::readValues(const Invocation& request, const QString& address, TransferPlan* plan,
                                       QList<qint64>* values, QString* error)
 {

@@ -102,14 +102,26 @@ TEST(DrvctlLine, TheEchoIsNeverAReply)
 
 TEST(DrvctlLine, ALostLineEndsAOneShotCommandWithTheSystemsText)
 {
-    PtyPair pty;
-    QProcess process;
-    startDrvctl(&process, onDevice(pty.path(), {"read", "HR1", "--timeout", "5000"}));
-    ASSERT_EQ(pty.take(8, 10000).size(), 8); // the request is on the line
-    pty.hangUp();
-    const Outcome run = finish(&process);
-    EXPECT_EQ(run.exitCode, 3);
-    EXPECT_EQ(run.err, "drvctl: line lost: " + pty.path() + ": Input/output error\n");
+    const QString map = QStringLiteral(EXAMPLE_MAP_PATH);
+    const struct {
+        QStringList command;
+        const char* before; // what the command says it had done
+    } cases[] = {
+        {{"read", "HR1"}, ""},
+        {{"read", "cn.control_mode", "--map", map}, ""},
+        {{"backup", "--map", map, "-o", "/dev/null"}, "backup of station 1 failed after 0 read(s): "},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.command.join(' ').toStdString());
+        PtyPair pty;
+        QProcess process;
+        startDrvctl(&process, onDevice(pty.path(), c.command + QStringList{"--timeout", "5000"}));
+        ASSERT_EQ(pty.take(8, 10000).size(), 8); // the request is on the line
+        pty.hangUp();
+        const Outcome run = finish(&process);
+        EXPECT_EQ(run.exitCode, 3);
+        EXPECT_EQ(run.err, std::string("drvctl: ") + c.before + "line lost: " + pty.path() + ": Input/output error\n");
+    }
 }
 
 // A symbolic link stands for the adapter's stable name; the line behind it goes

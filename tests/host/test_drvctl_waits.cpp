@@ -32,6 +32,8 @@ TEST(DrvctlWaits, CtrlCEndsALongTimeOut)
          "drvctl: interrupted before the servo confirmed the write\n"},
         {"a shell line", {"shell", "--timeout", "60000"}, "read HR1\nread HR1 --station 2\n", 130,
          "HR1 word[1]: 0"},
+        {"backup", {"backup", "--map", EXAMPLE_MAP_PATH, "-o", "/dev/null", "--timeout", "60000"}, "", 130,
+         "drvctl: backup of station 1 failed after 0 read(s): interrupted\n"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
