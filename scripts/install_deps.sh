@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-  build-essential cmake pkg-config
+  build-essential cmake pkg-config ccache
   qtbase5-dev libqt5sql5-sqlite libqt5svg5-dev fonts-dejavu-core
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   libmodbus-dev libedit-dev

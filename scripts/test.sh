@@ -31,6 +31,12 @@ export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"
 export LSAN_OPTIONS="suppressions=$PWD/scripts/lsan_suppressions.txt:print_suppressions=0"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 export QT_QPA_PLATFORM=offscreen
+# One compiler cache for every build of every run, outside the tree: a run after
+# the first compiles only what changed. Paths under the tree are hashed relative
+# to it, so that clones in other folders share the cache too.
+export CCACHE_DIR=${CCACHE_DIR:-$HOME/.cache/drivers-ccache}
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=true
+export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
 
 # shellcheck source=scripts/suite_runner.sh
 source scripts/suite_runner.sh

@@ -36,7 +36,12 @@ make_base() {
     bookworm "$base" "deb $mirror bookworm main" "deb $mirror bookworm-updates main" && touch "$base/.complete"
 }
 
-in_root() { chroot "$root" "$@"; }
+# With the environment of a fresh login, not this script's (its compiler cache
+# and sanitizer settings mean nothing in there).
+in_root() {
+  chroot "$root" env -i HOME=/root PATH=/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin LANG=C.UTF-8 \
+    ${DEBIAN_FRONTEND:+DEBIAN_FRONTEND=$DEBIAN_FRONTEND} "$@"
+}
 
 # Every path of the root but the ones apt, dpkg and the kernel change on their own.
 snapshot() {
