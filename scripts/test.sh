@@ -34,7 +34,7 @@ export QT_QPA_PLATFORM=offscreen
 # One compiler cache for every build of every run, outside the tree: a run after
 # the first compiles only what changed. Paths under the tree are hashed relative
 # to it, so that clones in other folders share the cache too.
-export CCACHE_DIR=${CCACHE_DIR:-$HOME/.cache/drivers-ccache}
+export CCACHE_DIR=${CCACHE_DIR:-${HOME:-$(getent passwd "$(id -u)" | cut -d: -f6)}/.cache/drivers-ccache}
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=true
 export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
 
