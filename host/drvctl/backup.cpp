@@ -41,7 +41,7 @@ int Session::backup(const Invocation& request)
         std::fputs("\r\033[K", stderr);
     if (!ok)
         return parameterFailure(QStringLiteral("backup of station %1 failed after %2 read(s): ").arg(port->getStationId()).arg(reads),
-                                error, request.command);
+                                error, request.command, Direction::Read);
     if (!saveParameterSet(request.output, set, &error))
         return out.failure(error, ExitSetup);
     const double seconds = static_cast<double>(clock.elapsed()) / 1000.0;

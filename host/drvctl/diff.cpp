@@ -27,7 +27,7 @@ int Session::diff(const Invocation& request)
         if (status != ExitSuccess)
             return status;
         if (!backupParameters(*parameterLine(), map, port->getStationId(), &right, &error))
-            return parameterFailure(QString(), error, request.command);
+            return parameterFailure(QString(), error, request.command, Direction::Read);
         rightLabel = QStringLiteral("station %1").arg(right.station);
     }
     const QString leftLabel = QFileInfo(leftPath).fileName();

@@ -74,7 +74,7 @@ int Session::readNamed(const Invocation& request, const Parameter& p)
     RawValues raw;
     QString error;
     if (!readParameter(*parameterLine(), p, &raw, &error))
-        return parameterFailure(QString(), error, request.command);
+        return parameterFailure(QString(), error, request.command, Direction::Read);
     double value = 0;
     decodeParameter(p, raw, &value);
     const QString text = formatParameterValue(p, value);
@@ -96,7 +96,7 @@ int Session::writeNamed(const Invocation& request, const Parameter& p)
     if (!encodeParameter(p, request.arguments[1], &written, &error))
         return out.usage(error, request.command);
     if (!writeParameter(*parameterLine(), p, written, &error))
-        return parameterFailure(QString(), error, request.command);
+        return parameterFailure(QString(), error, request.command, Direction::Write);
     double value = 0;
     decodeParameter(p, p.type == ValueType::Bool && p.isRegisterBit() ? RawValues{static_cast<quint16>(written[0] << p.address.bit)} : written, &value);
     const QString text = withUnit(formatParameterValue(p, value), p.unit);

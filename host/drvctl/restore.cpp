@@ -40,7 +40,7 @@ int Session::restore(const Invocation& request)
     int written = 0;
     if (!writeRestoreSteps(*line, steps, &written, &error))
         return parameterFailure(QStringLiteral("restore to station %1 stopped after %2 of %3 write(s): ").arg(station).arg(written).arg(steps.size()),
-                                error, request.command);
+                                error, request.command, Direction::Write);
 
     // Read back what was written and compare it with what the set asked for.
     std::vector<const Parameter*> parameters;
@@ -52,7 +52,7 @@ int Session::restore(const Invocation& request)
     ParameterSet found;
     if (!readParameterSet(*line, parameters, &found.entries, &error))
         return parameterFailure(QStringLiteral("%1 parameter(s) written to station %2, but the read-back failed: ").arg(written).arg(station),
-                                error, request.command);
+                                error, request.command, Direction::Read);
     const QString stationLabel = QStringLiteral("station %1").arg(station);
     const SetComparison comparison = compareSets(expected, found, true);
     QJsonObject object = comparisonJson(comparison, QStringLiteral("set"), stationLabel);

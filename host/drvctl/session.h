@@ -5,6 +5,7 @@
 #include <QPluginLoader>
 #include <memory>
 
+#include "addresses/transfer_plan.h"
 #include "drvctl/invocation.h"
 #include "drvctl/output.h"
 #include "parameters/register_map.h"
@@ -21,7 +22,6 @@ class DriverInterface;
 class ServoLine;
 class TraceCapture;
 struct CommandDefinition;
-struct TransferPlan;
 
 // One drvctl run: the driver plug-in, the line (a serial device or a simulated
 // one started here) and the commands run on top of them: one, or one per shell line.
@@ -85,9 +85,9 @@ private:
     // After the driver reported an error: was it the line, or Ctrl-C? The error
     // then says so instead of the driver's text.
     Transfer driverFailure(QString* error) const;
-    // A parameter command's failure, `context` before the reason: as a read's,
-    // the line lost is exit 3 and Ctrl-C exit 130, with what was done by then.
-    int parameterFailure(const QString& context, QString error, const QString& command);
+    // A parameter command's failure, `context` before the reason: as a read's or
+    // a write's, the line lost is exit 3 and Ctrl-C exit 130, with what was done by then.
+    int parameterFailure(const QString& context, QString error, const QString& command, Direction direction);
     // Reads the address in as many driver commands as the Modbus limits ask for and
     // joins the values.
     Transfer readValues(const Invocation& request, const QString& address, TransferPlan* plan, QList<qint64>* values,

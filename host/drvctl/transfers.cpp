@@ -11,6 +11,13 @@
 
 #include <cstdio>
 
+namespace {
+
+// The request may have reached the servo: the write may or may not have happened.
+const QString InterruptedWrite = QStringLiteral("interrupted before the servo confirmed the write");
+
+} // namespace
+
 QVector<quint16> Session::driverTable()
 {
     constexpr int Entries = 10; // HR60000..HR60009: the driver answers them without a transaction
@@ -57,9 +64,11 @@ int Session::transferFailure(Transfer outcome, const QString& error, const QStri
     return out.failure(error, ExitDriverFailure);
 }
 
-int Session::parameterFailure(const QString& context, QString error, const QString& command)
+int Session::parameterFailure(const QString& context, QString error, const QString& command, Direction direction)
 {
     const Transfer outcome = driverFailure(&error);
+    if (outcome == Transfer::Interrupted && direction == Direction::Write)
+        error = InterruptedWrite;
     return transferFailure(outcome, context + error, command);
 }
 
@@ -98,7 +107,7 @@ Session::Transfer Session::writeValues(const Invocation& request, TransferPlan* 
     const QString reached = split >= 0 ? error->mid(split) : QString();
     const Transfer outcome = driverFailure(error);
     if (outcome == Transfer::Interrupted)
-        *error = QStringLiteral("interrupted before the servo confirmed the write") + reached;
+        *error = InterruptedWrite + reached;
     else if (outcome != Transfer::Failed || !error->endsWith(reached))
         *error += reached;
     return outcome;

@@ -34,6 +34,8 @@ TEST(DrvctlWaits, CtrlCEndsALongTimeOut)
          "HR1 word[1]: 0"},
         {"backup", {"backup", "--map", EXAMPLE_MAP_PATH, "-o", "/dev/null", "--timeout", "60000"}, "", 130,
          "drvctl: backup of station 1 failed after 0 read(s): interrupted\n"},
+        {"a write by name", {"write", "sn.speed_limit", "2500", "--map", EXAMPLE_MAP_PATH, "--timeout", "60000"}, "", 130,
+         "drvctl: interrupted before the servo confirmed the write\n"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
