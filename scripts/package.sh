@@ -43,14 +43,17 @@ for arch in "${architectures[@]}"; do
     export DRIVERS_SYSROOT=$sysroot
   fi
   echo "package: $arch"
-  # In batches first (a third of the time); file by file should two sources clash in one batch.
-  if ! (cd "$work/src" && DRIVERS_UNITY_BUILD=ON DEB_BUILD_OPTIONS=nocheck "${build[@]}") > "$out/$arch.log" 2>&1 &&
-     ! (echo "package: the $arch build in batches failed; building file by file" &&
-        cd "$work/src" && rm -rf build/debian && DEB_BUILD_OPTIONS=nocheck "${build[@]}") >> "$out/$arch.log" 2>&1; then
-    tail -30 "$out/$arch.log" >&2
-    echo "package: the $arch build failed (log: $out/$arch.log)" >&2
+  # In batches first (a third of the time); file by file should two sources clash in
+  # one batch (dpkg-buildpackage cleans the first attempt's build away).
+  log=$out/$arch.log
+  if ! (cd "$work/src" && DRIVERS_UNITY_BUILD=ON DEB_BUILD_OPTIONS=nocheck "${build[@]}") > "$log" 2>&1; then
+    echo "package: the $arch build in batches failed; building file by file" >> "$log"
+    (cd "$work/src" && DEB_BUILD_OPTIONS=nocheck "${build[@]}") >> "$log" 2>&1
+  fi || {
+    tail -30 "$log" >&2
+    echo "package: the $arch build failed (log: $log)" >&2
     exit 1
-  fi
+  }
   mv "$work"/*.deb "$out"/
   rm -rf "$work"
 done
